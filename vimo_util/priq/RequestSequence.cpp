@@ -1,72 +1,98 @@
 #include "vimo_util/priq/RequestSequence.h"
 
+#include <utility>
+
 namespace vimo {
 namespace util {
 namespace priq {
 
 namespace {
 
-#ifndef BLK
-#define BLK 128
-#endif
-constexpr std::size_t blockCapacity = BLK;
-constexpr std::size_t smallIndex = 16;
+constexpr std::size_t blockCapacity = 64;
+constexpr std::size_t smallIndexCapacity = 16;
+
+// With many requests waiting, a block is seldom in the cache. Asked for at once,
+// its lines cost one wait; met one by one in a search, they cost one each.
+void prefetch(const void* block, std::size_t size) {
+  constexpr std::size_t cacheLine = 64;
+  for (std::size_t i = 0; i < size; i += cacheLine) {
+    __builtin_prefetch(static_cast<const char*>(block) + i);
+  }
+}
 
 }  // namespace
 
 RequestSequence::~RequestSequence() {
-  if (!later) return;
-  for (std::size_t i = later->begin(); i != later->end(); ++i) delete (*later)[i].block;
+  for (std::size_t i = 0; later && i < later->size(); ++i) delete (*later)[i].block;
 }
 
-void RequestSequence::insert(const PRequest& element, bool behindFront) {
-  if (!head) head.reset(new (blockCapacity) Block(blockCapacity));
+void RequestSequence::insert(PRequest element, bool behindFront) {
+  if (!head) {
+    std::unique_ptr<Index> index(new (smallIndexCapacity) Index(smallIndexCapacity));
+    head.reset(new (blockCapacity) Block(blockCapacity));
+    later = std::move(index);
+  }
 
-  const std::size_t next = later ? later->upperBound(element.priority, later->begin()) : 0;
-  const bool inHead = !later || next == later->begin();
-  Block* block = inHead ? head.get() : (*later)[next - 1].block;
-  std::size_t at = block->upperBound(element.priority, block->begin() + (inHead && behindFront));
-  if (!block->full()) {
-    block->insert(at, element);
+  // Requests of one priority, the most common case, need no search.
+  Block& tail = later->empty() ? *head : *later->back().block;
+  if (!empty() && !tail.full() && tail.back().priority <= element.priority) {
+    tail.insert(tail.size(), element);
+    ++count;
+    return;
+  }
+
+  // The priority of the head block is not in the index: what sorts before all
+  // later blocks belongs there, a shown front of any priority or not.
+  const std::size_t next = later->upperBound(element.priority, 0);
+  Block& block = next == 0 ? *head : *(*later)[next - 1].block;
+  if (next > 0) prefetch(&block, sizeof(Block) + blockCapacity * sizeof(PRequest));
+  const std::size_t at = block.upperBound(element.priority, next == 0 && behindFront);
+  if (block.full()) {
+    insertIntoFull(block, at, next, element);
   } else {
-    const std::size_t offset = later ? next - later->begin() : 0;
-    makeRoomInIndex();
-    std::unique_ptr<Block> added(new (blockCapacity) Block(blockCapacity));
-    const std::size_t middle = block->begin() + blockCapacity / 2;
-    if (at == block->end()) {
-      added->insert(0, element);
-    } else {
-      block->moveTail(middle, *added);
-      if (at > middle) {
-        added->insert(at - middle, element);
-      } else {
-        block->insert(at, element);
-      }
-    }
-    const Entry entry = {(*added)[added->begin()].priority, added.get()};
-    later->insert(later->begin() + offset, entry);
-    added.release();
+    block.insert(at, element);
   }
   ++count;
+}
+
+// Splits `block`, behind which the block at `next` in the index follows.
+void RequestSequence::insertIntoFull(Block& block, std::size_t at, std::size_t next,
+                                     PRequest element) {
+  if (later->full()) {
+    const std::size_t capacity = 2 * later->size();
+    std::unique_ptr<Index> larger(new (capacity) Index(capacity));
+    later->moveTail(0, *larger);
+    later = std::move(larger);
+  }
+  std::unique_ptr<Block> added(new (blockCapacity) Block(blockCapacity));
+
+  // At the very end nothing moves, so that requests in order fill their blocks.
+  const bool atEnd = at == block.size() && next == later->size();
+  const std::size_t kept = atEnd ? at : blockCapacity / 2;
+  block.moveTail(kept, *added);
+  if (at > kept || atEnd) {
+    added->insert(at - kept, element);
+  } else {
+    block.insert(at, element);
+  }
+  later->insert(next, {(*added)[0].priority, added.get()});
+  added.release();
 }
 
 void RequestSequence::popFront() {
   head->popFront();
   --count;
-  if (head->empty() && count > 0) {
-    head.reset((*later)[later->begin()].block);
+  if (!head->empty()) {
+    // Its consumer will be told the id of a request that was queued long ago.
+    constexpr std::size_t ahead = 4;
+    if (head->size() > ahead) __builtin_prefetch(&(*head)[ahead].request->id);
+  } else if (count > 0) {
+    head.reset((*later)[0].block);
     later->popFront();
-  }
-}
-
-void RequestSequence::makeRoomInIndex() {
-  if (!later) {
-    later.reset(new (smallIndex) Index(smallIndex));
-  } else if (later->full()) {
-    const std::size_t capacity = 2 * (later->end() - later->begin());
-    std::unique_ptr<Index> larger(new (capacity) Index(capacity));
-    later->moveTail(later->begin(), *larger);
-    later = std::move(larger);
+  } else if (later->capacity() > smallIndexCapacity) {
+    // A peak is over: nothing of its size is kept.
+    head.reset();
+    later.reset();
   }
 }
 

@@ -17,14 +17,15 @@ struct PRequest {
   PriorRequest* request;
 };
 
-// The waiting requests of a queue, in order: a sorted sequence of sorted blocks.
+// The waiting requests of a queue in order: a sorted sequence of sorted blocks.
 //
-// An insertion looks for its block in an index of the blocks, then for its place
-// inside the block, both by binary search, and moves at most the one block. A
+// An insertion looks for its block in an index of the blocks and for its place
+// in that block, both by binary search, and moves at most half of the block. A
 // removal takes the front and moves a position.
 //
-// Memory  nothing before the first insertion; one block and a small index are
-//         kept when the last element leaves.
+// Memory  none before the first insertion; one block and a small index stay when
+//         the last element has left. All blocks but the last are at least half
+//         full when made.
 // Errors  std::bad_alloc from insert() only; it leaves the sequence as it was.
 class RequestSequence {
  public:
@@ -37,11 +38,12 @@ class RequestSequence {
   bool empty() const { return count == 0; }
 
   // The first element; there must be one.
-  const PRequest& front() const { return (*head)[head->begin()]; }
+  const PRequest& front() const { return (*head)[0]; }
 
   // Inserts `element` behind all elements of equal or smaller priority, and with
-  // `behindFront` also behind the first element, whatever its priority.
-  void insert(const PRequest& element, bool behindFront);
+  // `behindFront` also behind the first element, which there must be then,
+  // whatever its priority.
+  void insert(PRequest element, bool behindFront);
 
   // Removes the first element; there must be one.
   void popFront();
@@ -49,15 +51,16 @@ class RequestSequence {
  private:
   using Block = SortedRun<PRequest>;
   struct Entry {
-    unsigned int priority;  // that of the block's first element
+    unsigned int priority;  // of the block's first element
     Block* block;
   };
   using Index = SortedRun<Entry>;
 
-  void makeRoomInIndex();
+  void insertIntoFull(Block& block, std::size_t at, std::size_t next, PRequest element);
 
-  std::unique_ptr<Block> head;   // the block of the first element
-  std::unique_ptr<Index> later;  // owns the blocks behind the head, never empty ones
+  // Both are null or neither is. The head is empty only when all is.
+  std::unique_ptr<Block> head;
+  std::unique_ptr<Index> later;  // of the blocks behind the head, which it owns
   std::size_t count;
 };
 

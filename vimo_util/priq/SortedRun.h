@@ -9,83 +9,86 @@ namespace vimo {
 namespace util {
 namespace priq {
 
-// A room of fixed size for plain values that have a `priority`, in its order.
-// What is in use lies in one piece, with free room on both sides: a removal at
+// A room of fixed size for plain values that have a `priority`, kept in its
+// order. The values lie in one piece with free room on both sides: a removal at
 // the front moves an index, an insertion moves the shorter side by one slot.
-//
-// Positions are those of slots in the room, from begin() to end().
 template <class Slot>
 class SortedRun {
  public:
-  explicit SortedRun(std::size_t capacity) : capacity(capacity), first(0), last(0) {}
+  explicit SortedRun(std::size_t capacity) : room(capacity), first(0), last(0) {}
   SortedRun(const SortedRun&) = delete;
   SortedRun& operator=(const SortedRun&) = delete;
 
-  // The slots lie behind the object, in one allocation: `new (capacity)
-  // SortedRun<Slot>(capacity)`, undone by a plain delete.
+  // The slots lie behind the object in the same allocation, which is made with
+  // new (capacity) SortedRun<Slot>(capacity) and undone by a plain delete.
   static void* operator new(std::size_t size, std::size_t capacity) {
     return ::operator new(size + capacity * sizeof(Slot));
   }
   static void operator delete(void* memory) { ::operator delete(memory); }
   static void operator delete(void* memory, std::size_t) { ::operator delete(memory); }
 
-  std::size_t begin() const { return first; }
-  std::size_t end() const { return last; }
+  std::size_t size() const { return last - first; }
   bool empty() const { return first == last; }
-  bool full() const { return last - first == capacity; }
-  Slot& operator[](std::size_t at) { return slots()[at]; }
+  bool full() const { return size() == room; }
+  std::size_t capacity() const { return room; }
+  Slot& operator[](std::size_t at) { return slots()[first + at]; }
+  Slot& back() { return slots()[last - 1]; }
 
-  // The first position at `from` or behind whose priority is greater.
+  // The first position, at `from` or behind, of a greater priority.
   std::size_t upperBound(unsigned int priority, std::size_t from) {
-    const Slot* base = slots() + from;
-    std::size_t length = last - from;
-    while (length > 0) {
-      const std::size_t half = (length + 1) / 2;
-      base += base[half - 1].priority <= priority ? half : 0;
-      length -= half;
+    const Slot* const begin = slots() + first;
+    const Slot* bound = begin + from;
+    for (std::size_t left = size() - from; left > 0;) {
+      const std::size_t half = (left + 1) / 2;
+      const Slot* const upper = bound + half;
+      // Told that it cannot guess, the compiler emits no jump, which would be
+      // mispredicted every other time.
+      bound =
+          __builtin_expect_with_probability(upper[-1].priority <= priority, 1, 0.5) ? upper : bound;
+      left -= half;
     }
-    return base - slots();
+    return bound - begin;
   }
 
   // Puts `slot` before position `at`. The run must not be full.
-  void insert(std::size_t at, const Slot& slot) {
-    if (last == capacity && at == last) at -= slideToFront();
-    if (first > 0 && (last == capacity || at - first < last - at)) {
-      std::memmove(&slots()[first - 1], &slots()[first], (at - first) * sizeof(Slot));
+  void insert(std::size_t at, Slot slot) {
+    if (last == room) slideToStart();
+    if (first > 0 && at < size() - at) {
+      std::memmove(slots() + first - 1, slots() + first, at * sizeof(Slot));
       --first;
-      slots()[at - 1] = slot;
     } else {
-      std::memmove(&slots()[at + 1], &slots()[at], (last - at) * sizeof(Slot));
+      Slot* const place = slots() + first + at;
+      std::memmove(place + 1, place, (size() - at) * sizeof(Slot));
       ++last;
-      slots()[at] = slot;
     }
+    (*this)[at] = slot;
   }
 
+  // Removes the front. The run must not be empty.
   void popFront() {
     if (++first == last) first = last = 0;
   }
 
-  // Moves all from position `at` on to the end of `other`, which has room.
+  // Moves what stands at `at` and behind to the end of `other`, which has room.
   void moveTail(std::size_t at, SortedRun& other) {
-    std::memcpy(&other.slots()[other.last], &slots()[at], (last - at) * sizeof(Slot));
-    other.last += last - at;
-    last = at;
+    const std::size_t count = size() - at;
+    std::memcpy(other.slots() + other.last, slots() + first + at, count * sizeof(Slot));
+    other.last += count;
+    last -= count;
   }
 
  private:
   Slot* slots() { return reinterpret_cast<Slot*>(this + 1); }
 
-  // A run that is filled at the end and emptied at the front would otherwise
-  // move all of itself at each insertion.
-  std::size_t slideToFront() {
-    const std::size_t by = first;
-    std::memmove(&slots()[0], &slots()[first], (last - first) * sizeof(Slot));
+  // Makes the free room at the front one at the end, so that a run which fills
+  // at one side and empties at the other moves as a whole only now and then.
+  void slideToStart() {
+    std::memmove(slots(), slots() + first, size() * sizeof(Slot));
+    last -= first;
     first = 0;
-    last -= by;
-    return by;
   }
 
-  const std::size_t capacity;
+  const std::size_t room;
   std::size_t first;
   std::size_t last;
 };

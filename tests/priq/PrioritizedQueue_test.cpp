@@ -1,0 +1,233 @@
+#include "vimo_util/priq/PrioritizedQueue.h"
+
+#include <gtest/gtest.h>
+#include <pthread.h>
+
+#include <algorithm>
+#include <atomic>
+#include <deque>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "support/Allocations.h"
+
+namespace {
+
+using vimo::util::priq::PrioritizedQueue;
+using vimo::util::priq::PriorRequest;
+
+// Steps: a number pushes a request of that priority, and its place among the
+// pushed ones becomes its id; "look" is tryWait, "top", "pop" and "take" the
+// others. Each answer is the priority and the id, "-" for none.
+std::string play(const std::string& steps) {
+  PrioritizedQueue queue(0);
+  std::deque<PriorRequest> requests;
+  std::istringstream in(steps);
+  std::string step, answers;
+  while (in >> step) {
+    unsigned int id = 99;
+    PriorRequest* answer = nullptr;
+    if (step == "look") {
+      answer = queue.tryWait(id);
+    } else if (step == "top") {
+      answer = queue.top(id);
+    } else if (step == "take") {
+      answer = queue.recvWaitAndDequeue(id);
+    } else if (step == "pop") {
+      queue.pop();
+      continue;
+    } else {
+      requests.emplace_back(0, static_cast<unsigned int>(std::stoul(step)));
+      requests.back().id = static_cast<unsigned int>(requests.size());
+      queue.push(&requests.back());
+      continue;
+    }
+    EXPECT_EQ(answer ? answer->id : 99, id) << steps;
+    answers += answer ? std::to_string(answer->priority) + "#" + std::to_string(id) + " " : "- ";
+  }
+  return answers;
+}
+
+TEST(PrioritizedQueue, HandsOutInOrder) {
+  const struct {
+    const char* name;
+    const char* steps;
+    const char* answers;
+  } cases[] = {
+      {"unsigned, first come first served",
+       "7 3 3 4294967295 2147483648 2147483647 0 take take take take take take take",
+       "0#7 3#2 3#3 7#1 2147483647#6 2147483648#5 4294967295#4 "},
+      {"nothing to look at", "look 4 look pop look", "- 4#1 - "},
+      {"a shown head keeps its place", "5 look 1 3 look pop look pop look", "5#1 5#1 1#2 3#3 "},
+      {"shown by top as well", "5 top 1 top pop top", "5#1 5#1 1#2 "},
+      {"behind a shown head and its equal", "5 5 look 5 4 take take take take",
+       "5#1 5#1 4#4 5#2 5#3 "},
+      {"taking a shown head", "5 look 1 take take", "5#1 5#1 1#2 "},
+      {"taking it clears the mark", "5 look 6 take 1 take take", "5#1 5#1 1#3 6#2 "},
+      {"pop without a look", "5 pop 7 1 take take", "1#3 7#2 "},
+      {"after pop a smaller number is first", "5 look 6 pop 1 look", "5#1 1#3 "},
+      {"an empty look marks nothing", "look 5 1 take", "- 1#2 "},
+  };
+  for (const auto& c : cases) EXPECT_EQ(c.answers, play(c.steps)) << c.name;
+}
+
+TEST(PrioritizedQueue, ReadsThePriorityAtPushAndTheIdAtRemoval) {
+  PrioritizedQueue queue(0);
+  PriorRequest a(-5, 1), b(0, 2);
+  EXPECT_EQ(-5, a.clientValue);
+  queue.push(&a);
+  queue.push(&b);
+  queue.push(&a);
+  a.priority = 9;
+  unsigned int id = 0;
+  EXPECT_EQ(&a, queue.recvWaitAndDequeue(id));
+  EXPECT_EQ(0xdeadbeef, id);
+  a.id = 7;
+  EXPECT_EQ(&a, queue.recvWaitAndDequeue(id));
+  EXPECT_EQ(7u, id);
+  EXPECT_EQ(&b, queue.recvWaitAndDequeue(id));
+}
+
+TEST(PrioritizedQueue, DestroysNoRequest) {
+  struct Flagged : PriorRequest {
+    explicit Flagged(bool& destroyed) : PriorRequest(0, 0), destroyed(destroyed) {}
+    ~Flagged() override { destroyed = true; }
+    bool& destroyed;
+  };
+  bool destroyed = false;
+  PriorRequest* const request = new Flagged(destroyed);
+  {
+    PrioritizedQueue queue(0);
+    for (int i = 0; i < 200; ++i) queue.push(request);
+  }
+  EXPECT_FALSE(destroyed);
+  delete request;
+  EXPECT_TRUE(destroyed);
+}
+
+TEST(PrioritizedQueue, AFailedAllocationLeavesItAsItWas) {
+  const long before = allocations::live();
+  EXPECT_GT(allocations::failEach([] { PrioritizedQueue queue(0); },
+                                  [&] { EXPECT_EQ(before, allocations::live()); }),
+            0);
+  for (const bool shown : {false, true}) {
+    PrioritizedQueue queue(0);
+    std::vector<PriorRequest> requests;
+    for (unsigned int i = 0; i < 500; ++i) requests.emplace_back(0, i * 7919 % 1000);
+    int failures = 0;
+    unsigned int id;
+    for (PriorRequest& request : requests) {
+      failures += allocations::failEach([&] { queue.push(&request); }, [] {});
+      if (shown) {
+        EXPECT_EQ(&requests[0], queue.tryWait(id));
+      }
+    }
+    EXPECT_GT(failures, 8);
+    std::vector<PriorRequest*> order;
+    for (PriorRequest& request : requests) order.push_back(&request);
+    std::stable_sort(order.begin() + shown, order.end(),
+                     [](PriorRequest* a, PriorRequest* b) { return a->priority < b->priority; });
+    for (PriorRequest* request : order) EXPECT_EQ(request, queue.recvWaitAndDequeue(id));
+    EXPECT_EQ(nullptr, queue.tryWait(id));
+  }
+}
+
+struct Waiter {
+  PrioritizedQueue* queue;
+  bool take;
+  std::atomic<int>* returned;
+  static void* run(void* self) {
+    Waiter& waiter = *static_cast<Waiter*>(self);
+    unsigned int id;
+    if (waiter.take) {
+      waiter.queue->recvWaitAndDequeue(id);
+    } else {
+      waiter.queue->top(id);
+    }
+    ++*waiter.returned;
+    return nullptr;
+  }
+};
+
+TEST(PrioritizedQueue, CancelledWaitersLeaveItUnchangedAndUnlocked) {
+  PrioritizedQueue queue(0);
+  std::atomic<int> returned(0);
+  for (int i = 0; i < 1000; ++i) {
+    Waiter waiter = {&queue, i % 2 == 0, &returned};
+    pthread_t thread;
+    ASSERT_EQ(0, pthread_create(&thread, nullptr, Waiter::run, &waiter));
+    if (i % 4 < 2) std::this_thread::yield();
+    pthread_cancel(thread);
+    void* result;
+    pthread_join(thread, &result);
+    ASSERT_EQ(PTHREAD_CANCELED, result);
+  }
+  EXPECT_EQ(0, returned);
+  unsigned int id = 3;
+  EXPECT_EQ(nullptr, queue.tryWait(id));
+  PriorRequest low(0, 2), high(0, 1);
+  queue.push(&low);
+  queue.push(&high);
+  EXPECT_EQ(&high, queue.recvWaitAndDequeue(id));
+}
+
+TEST(PrioritizedQueue, OneRequestWakesAllWhoLookAndServesOneWhoTakes) {
+  for (int round = 0; round < 50; ++round) {
+    PrioritizedQueue queue(0);
+    std::atomic<int> lookers(0), takers(0);
+    std::vector<Waiter> waiters;
+    for (int i = 0; i < 8; ++i) waiters.push_back({&queue, i >= 4, i < 4 ? &lookers : &takers});
+    std::vector<std::thread> looking, taking;
+    for (int i = 0; i < 4; ++i) looking.emplace_back(Waiter::run, &waiters[i]);
+    PriorRequest request(0, 0);
+    queue.push(&request);
+    for (std::thread& thread : looking) thread.join();
+    EXPECT_EQ(4, lookers);
+    unsigned int id;
+    EXPECT_EQ(&request, queue.recvWaitAndDequeue(id));
+
+    for (int i = 4; i < 8; ++i) taking.emplace_back(Waiter::run, &waiters[i]);
+    for (int i = 0; i < 4; ++i) queue.push(&request);
+    for (std::thread& thread : taking) thread.join();
+    EXPECT_EQ(4, takers);
+    EXPECT_EQ(nullptr, queue.tryWait(id));
+  }
+}
+
+TEST(PrioritizedQueue, LosesAndDoublesNothingBetweenThreads) {
+  constexpr int producers = 4, consumers = 4, each = 2000;
+  PrioritizedQueue queue(0);
+  std::vector<PriorRequest> requests(producers * each, PriorRequest(0, 0));
+  std::vector<std::thread> threads;
+  std::atomic<int> misordered(0);
+  for (int p = 0; p < producers; ++p) {
+    threads.emplace_back([&, p] {
+      for (int i = 0; i < each; ++i) {
+        PriorRequest& request = requests[p * each + i];
+        request.priority = static_cast<unsigned int>(i % 3);
+        queue.push(&request);
+      }
+    });
+  }
+  for (int c = 0; c < consumers; ++c) {
+    threads.emplace_back([&] {
+      // Of one producer and one priority, each consumer meets ever later ones.
+      const PriorRequest* last[producers][3] = {};
+      for (int i = 0; i < producers * each / consumers; ++i) {
+        unsigned int id;
+        PriorRequest* const request = queue.recvWaitAndDequeue(id);
+        ++request->clientValue;
+        const PriorRequest*& before = last[(request - &requests[0]) / each][request->priority];
+        if (before && request < before) ++misordered;
+        before = request;
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(0, misordered);
+  for (const PriorRequest& request : requests) ASSERT_EQ(1, request.clientValue);
+}
+
+}  // namespace

@@ -1,0 +1,106 @@
+#include "vimo_util/priq/RequestQueue.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <climits>
+#include <cstdlib>
+#include <set>
+#include <thread>
+#include <vector>
+
+#include "support/Allocations.h"
+#include "vimo_util/priq/PriorityQueueManager.h"
+
+namespace {
+
+using vimo::util::priq::PrioritizedQueue;
+using vimo::util::priq::PriorityQueueManager;
+using vimo::util::priq::PriorRequest;
+using vimo::util::priq::RequestQueue;
+
+TEST(RequestQueue, ConnectsByKeyAlone) {
+  for (const int key : {0, 7, -1, INT_MIN, INT_MAX}) {
+    PriorRequest request(0, 1);
+    RequestQueue(key, 5).push(41, &request);
+    unsigned int id = 0;
+    EXPECT_EQ(nullptr, RequestQueue(key ^ 64, 5).tryWait(id)) << key;
+    EXPECT_EQ(&request, RequestQueue(key, 6).top(id)) << key;
+    EXPECT_EQ(41u, id) << key;
+    RequestQueue handle(key, 0);
+    handle.pop();
+    handle.push(42, &request);
+    EXPECT_EQ(&request, RequestQueue(handle).recvWaitAndDequeue(id)) << key;
+    EXPECT_EQ(42u, id) << key;
+
+    PriorityQueueManager& manager = PriorityQueueManager::getInstance();
+    EXPECT_EQ(manager.getNewConnection(key), manager.getNewConnection(key, 3)) << key;
+    EXPECT_EQ(manager.getNewConnection(key ^ 1, 3), manager.getNewConnection(key ^ 1)) << key;
+    EXPECT_NE(manager.getNewConnection(key), manager.getNewConnection(key ^ 1)) << key;
+  }
+}
+
+TEST(RequestQueue, ThreadsAtOnceMakeOneInstanceAndOneQueue) {
+  PriorityQueueManager* managers[8];
+  PrioritizedQueue* queues[8];
+  std::vector<PriorRequest> requests(8, PriorRequest(0, 0));
+  std::vector<std::thread> threads;
+  for (unsigned int i = 0; i < 8; ++i) {
+    threads.emplace_back([&, i] {
+      RequestQueue(7, 0).push(i, &requests[i]);
+      managers[i] = &PriorityQueueManager::getInstance();
+      queues[i] = managers[i]->getNewConnection(7);
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(1u, std::set<PriorityQueueManager*>(managers, managers + 8).size());
+  EXPECT_EQ(1u, std::set<PrioritizedQueue*>(queues, queues + 8).size());
+  std::set<unsigned int> ids;
+  unsigned int id;
+  while (queues[0]->tryWait(id)) ids.insert(id), queues[0]->pop();
+  EXPECT_EQ(8u, ids.size());
+}
+
+TEST(RequestQueue, AFailedAllocationLeavesNoEntryAndAFreeMutex) {
+  PriorityQueueManager& manager = PriorityQueueManager::getInstance();
+  const struct {
+    const char* name;
+    void (*connect)(PriorityQueueManager& manager);
+  } cases[] = {
+      {"one argument", [](PriorityQueueManager& m) { m.getNewConnection(101); }},
+      {"two arguments", [](PriorityQueueManager& m) { m.getNewConnection(102, 1); }},
+      {"handle", [](PriorityQueueManager&) { RequestQueue(103, 1); }},
+  };
+  manager.getNewConnection(100);
+  for (const auto& c : cases) {
+    const long before = allocations::live();
+    EXPECT_GE(allocations::failEach([&] { c.connect(manager); },
+                                    [&] {
+                                      EXPECT_EQ(before, allocations::live()) << c.name;
+                                      manager.getNewConnection(100);
+                                    }),
+              3)
+        << c.name;
+    EXPECT_LT(before, allocations::live()) << c.name;
+  }
+}
+
+RequestQueue* early;
+
+void exitWithWhatComesThrough() {
+  PriorRequest request(0, 0);
+  unsigned int id;
+  early->push(42, &request);
+  _exit(early->recvWaitAndDequeue(id) == &request ? static_cast<int>(id) : 1);
+}
+
+TEST(RequestQueueDeathTest, ServesHandlersThatRunAfterTheManagersDestructor) {
+  const auto useAtExit = [] {
+    std::atexit(exitWithWhatComesThrough);
+    early = new RequestQueue(1, 0);
+    std::exit(0);
+  };
+  EXPECT_EXIT(useAtExit(), testing::ExitedWithCode(42), "");
+}
+
+}  // namespace

@@ -1,0 +1,131 @@
+#include "vimo_util/priq/RequestSequence.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <deque>
+#include <random>
+
+#include "support/Allocations.h"
+
+namespace {
+
+using vimo::util::priq::PRequest;
+using vimo::util::priq::PriorRequest;
+using vimo::util::priq::RequestSequence;
+
+// The same rules, kept plainly.
+class Model {
+ public:
+  void insert(PRequest element, bool behindFront) {
+    const auto less = [](unsigned int a, const PRequest& b) { return a < b.priority; };
+    elements.insert(
+        std::upper_bound(elements.begin() + behindFront, elements.end(), element.priority, less),
+        element);
+  }
+  std::deque<PRequest> elements;
+};
+
+void expectEqual(RequestSequence& sequence, Model& model, const char* name) {
+  ASSERT_EQ(model.elements.size(), sequence.size()) << name;
+  for (const PRequest& expected : model.elements) {
+    ASSERT_EQ(expected.priority, sequence.front().priority) << name;
+    ASSERT_EQ(expected.request, sequence.front().request) << name;
+    sequence.popFront();
+  }
+  EXPECT_TRUE(sequence.empty()) << name;
+}
+
+// Insertions and removals at random, in mixes that fill and split blocks at
+// their ends, at their fronts and inside, with and without a front to keep.
+TEST(RequestSequence, KeepsTheOrderOfAPlainModel) {
+  const struct {
+    const char* name;
+    unsigned int (*priority)(unsigned int i, unsigned int random);
+    unsigned int removals;  // in a hundred steps
+    bool keepFront;
+  } cases[] = {
+      {"random", [](unsigned int, unsigned int r) { return r; }, 40, false},
+      {"random, front kept", [](unsigned int, unsigned int r) { return r; }, 40, true},
+      {"levels", [](unsigned int, unsigned int r) { return r % 8; }, 30, false},
+      {"equal", [](unsigned int, unsigned int) { return 5u; }, 45, true},
+      {"ascending", [](unsigned int i, unsigned int) { return i; }, 20, false},
+      {"descending", [](unsigned int i, unsigned int) { return ~i; }, 20, false},
+      {"descending behind the front", [](unsigned int i, unsigned int) { return ~i; }, 0, true},
+      {"growing steps", [](unsigned int i, unsigned int r) { return i + r % 500; }, 49, false},
+      {"both sides of the sign", [](unsigned int, unsigned int r) { return r << 28; }, 30, false},
+  };
+  for (const auto& c : cases) {
+    RequestSequence sequence;
+    Model model;
+    std::minstd_rand random(7);
+    std::deque<PriorRequest> requests;
+    for (unsigned int i = 0; i < 20000; ++i) {
+      if (random() % 100 < c.removals && !sequence.empty()) {
+        ASSERT_EQ(model.elements.front().request, sequence.front().request) << c.name;
+        sequence.popFront();
+        model.elements.pop_front();
+      } else {
+        requests.emplace_back(0, 0);
+        const PRequest element = {c.priority(i, static_cast<unsigned int>(random())),
+                                  &requests.back()};
+        const bool behindFront = c.keepFront && !sequence.empty();
+        sequence.insert(element, behindFront);
+        model.insert(element, behindFront);
+      }
+    }
+    expectEqual(sequence, model, c.name);
+  }
+}
+
+TEST(RequestSequence, AFailedInsertionChangesNothing) {
+  PriorRequest request(0, 0);
+  for (const bool keepFront : {false, true}) {
+    RequestSequence sequence;
+    Model model;
+    std::minstd_rand random(8);
+    int failures = 0;
+    for (int i = 0; i < 3000; ++i) {
+      const PRequest element = {static_cast<unsigned int>(random()), &request};
+      const auto size = sequence.size();
+      const bool behindFront = keepFront && size > 0;
+      failures += allocations::failEach([&] { sequence.insert(element, behindFront); },
+                                        [&] { EXPECT_EQ(size, sequence.size()); });
+      model.insert(element, behindFront);
+    }
+    EXPECT_GT(failures, 50);
+    expectEqual(sequence, model, keepFront ? "front kept" : "ordered");
+  }
+}
+
+// In order or against it, behind a full block or a front to keep: no stream of
+// insertions leaves blocks that are all but empty.
+TEST(RequestSequence, MemoryFollowsWhatWaits) {
+  constexpr long small = 4096;
+  constexpr unsigned int count = 100000;
+  PriorRequest request(0, 0);
+  const long before = allocations::bytes();
+  RequestSequence sequence;
+  EXPECT_EQ(before, allocations::bytes());
+  for (const bool descending : {false, true}) {
+    for (const bool behindFront : {false, true}) {
+      for (unsigned int i = 0; i < 64; ++i) sequence.insert({i, &request}, false);
+      for (unsigned int i = 0; i < count; ++i) {
+        sequence.insert({descending ? 100 + count - i : 100 + i, &request}, behindFront);
+      }
+      EXPECT_LT(allocations::bytes() - before, 3l * count * static_cast<long>(sizeof(PRequest)));
+      while (!sequence.empty()) sequence.popFront();
+      EXPECT_LE(allocations::bytes() - before, small);
+    }
+  }
+  sequence.insert({1, &request}, false);
+  sequence.popFront();
+  const long made = allocations::made();
+  for (unsigned int i = 0; i < 1000; ++i) {
+    sequence.insert({i, &request}, false);
+    sequence.popFront();
+  }
+  EXPECT_EQ(made, allocations::made());
+}
+
+}  // namespace

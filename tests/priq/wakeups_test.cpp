@@ -1,0 +1,70 @@
+// When a queue wakes its consumers. The calls of the threads library are
+// replaced for this program, which therefore has one thread only.
+
+#include <gtest/gtest.h>
+#include <pthread.h>
+
+#include <string>
+
+#include "vimo_util/priq/PrioritizedQueue.h"
+
+namespace {
+
+int locksHeld;
+std::string wakeups;  // a letter each: B under a lock, b without one, s a signal
+
+}  // namespace
+
+extern "C" {
+int pthread_mutex_lock(pthread_mutex_t*) noexcept { return ++locksHeld, 0; }
+int pthread_mutex_unlock(pthread_mutex_t*) noexcept { return --locksHeld, 0; }
+int pthread_cond_broadcast(pthread_cond_t*) noexcept {
+  return wakeups += locksHeld > 0 ? 'B' : 'b', 0;
+}
+int pthread_cond_signal(pthread_cond_t*) noexcept { return wakeups += 's', 0; }
+}
+
+namespace {
+
+using vimo::util::priq::PrioritizedQueue;
+using vimo::util::priq::PriorRequest;
+
+TEST(Wakeups, OneBroadcastUnderTheLockWhenAPushEndsEmptiness) {
+  PriorRequest request(0, 5);
+  // + push, ? tryWait, ^ top, - pop, = recvWaitAndDequeue
+  const struct {
+    const char* steps;
+    const char* wakeups;
+  } cases[] = {
+      {"+", "B"},      {"++", "B"},      {"+?+", "B"},      {"+^+", "B"},
+      {"+-+", "BB"},   {"+=+", "BB"},    {"++--+", "BB"},   {"++-+", "B"},
+      {"+?-?+", "BB"}, {"++?=+=+", "B"}, {"+++===+", "BB"}, {"?", ""},
+  };
+  for (const auto& c : cases) {
+    PrioritizedQueue queue(0);
+    wakeups.clear();
+    for (const char* step = c.steps; *step; ++step) {
+      unsigned int id;
+      switch (*step) {
+        case '+':
+          queue.push(&request);
+          break;
+        case '?':
+          queue.tryWait(id);
+          break;
+        case '^':
+          queue.top(id);
+          break;
+        case '-':
+          queue.pop();
+          break;
+        default:
+          queue.recvWaitAndDequeue(id);
+      }
+      EXPECT_EQ(0, locksHeld) << c.steps;
+    }
+    EXPECT_EQ(c.wakeups, wakeups) << c.steps;
+  }
+}
+
+}  // namespace
