@@ -2,8 +2,8 @@
 #define VIMO_UTIL_PRIQ_REQUESTQUEUE_H
 
 #include "vimo_util/frame/export.h"
-#include "vimo_util/priq/PrioritizedQueue.h"
 #include "vimo_util/priq/PriorRequest.h"
+#include "vimo_util/priq/PrioritizedQueue.h"
 
 namespace vimo {
 namespace util {
