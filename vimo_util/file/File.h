@@ -132,7 +132,7 @@ class VIMO_UTIL_API File {
   // file is made, of mode 0666 less the umask, or emptied, and opened for
   // writing only; with one, writing goes on at its position.
   //
-  // Returns -1, nothing being changed, if this file cannot be opened for reading
+  // Returns -1, and no file is changed, if this file cannot be opened for reading
   // and writing, if that of `dest` cannot be opened, or if both are one file.
   // Throws "copy: read error" or "copy: write error"; what was written stays.
   // None of these leaves a descriptor in `dest` if it had none.

@@ -52,8 +52,8 @@ void writeAll(int to, const char* bytes, std::size_t size) {
 bool wouldMeet(int source, int held, const std::string& path) {
   struct stat from;
   struct stat to;
-  if (::fstat(source, &from) != 0) return true;
   if ((held == -1 ? ::stat(path.c_str(), &to) : ::fstat(held, &to)) != 0) return held != -1;
+  if (::fstat(source, &from) != 0) return true;
   return from.st_dev == to.st_dev && from.st_ino == to.st_ino;
 }
 

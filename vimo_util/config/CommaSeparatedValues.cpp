@@ -1,0 +1,110 @@
+#include "vimo_util/config/CommaSeparatedValues.h"
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+
+#include "vimo_util/config/InputFile.h"
+#include "vimo_util/config/readPiece.h"
+
+namespace vimo {
+namespace util {
+namespace config {
+
+namespace {
+
+void destroy(std::vector<CommaSeparatedValues::Column*>& rows) {
+  for (CommaSeparatedValues::Column* row : rows) delete row;
+  rows.clear();
+}
+
+void dropEmptyLast(std::vector<std::string>& cells) {
+  if (!cells.empty() && cells.back().empty()) cells.pop_back();
+}
+
+// The first `c` from `begin` on, else `end`.
+const char* find(const char* begin, const char* end, char c) {
+  const void* const found = std::memchr(begin, c, end - begin);
+  return found ? static_cast<const char*>(found) : end;
+}
+
+// Cuts a line into the cells that Column::load() would find in it.
+void cut(const std::string& line, std::vector<std::string>& cells) {
+  const char* begin = line.c_str();
+  const char* const end = begin + std::strlen(begin);
+  const char* cr = find(begin, end, '\r');
+  cells.reserve(std::count(begin, end, ',') + 1);
+  for (;;) {
+    const char* const comma = find(begin, end, ',');
+    cells.emplace_back(begin, std::min(comma, cr));
+    if (comma == end) break;
+    begin = comma + 1;
+    if (cr < begin) cr = find(begin, end, '\r');
+  }
+  dropEmptyLast(cells);
+}
+
+// A read that failed at the end of the input has only found the last piece empty.
+bool cutShort(const std::istream& in) { return in.fail() && !in.eof(); }
+
+}  // namespace
+
+std::istream& CommaSeparatedValues::Column::load(std::istream& in) {
+  std::string piece;
+  while (!in.eof()) {
+    readPiece(in, ',', piece);
+    if (cutShort(in)) return in;
+    cells.emplace_back(piece, 0, piece.find_first_of("\r\n\0", 0, 3));
+  }
+  dropEmptyLast(cells);
+  return in;
+}
+
+CommaSeparatedValues::CommaSeparatedValues() {}
+
+CommaSeparatedValues::~CommaSeparatedValues() { destroy(rows); }
+
+CommaSeparatedValues::CommaSeparatedValues(CommaSeparatedValues&& other) noexcept {
+  rows.swap(other.rows);
+}
+
+CommaSeparatedValues& CommaSeparatedValues::operator=(CommaSeparatedValues&& other) noexcept {
+  CommaSeparatedValues taken(std::move(other));
+  rows.swap(taken.rows);
+  return *this;
+}
+
+bool CommaSeparatedValues::load(const std::string& path) {
+  InputFile file(path);
+  if (file.stream().fail()) return false;
+  load(file.stream());
+  return true;
+}
+
+std::istream& CommaSeparatedValues::load(std::istream& in) {
+  destroy(rows);
+  std::string line;
+  while (!in.eof()) {
+    readPiece(in, '\n', line);
+    if (cutShort(in)) return in;
+    if (line[0] == '#') continue;
+
+    std::unique_ptr<Column> row(new Column);
+    cut(line, row->cells);
+    rows.push_back(row.get());
+    row.release();
+  }
+  return in;
+}
+
+CommaSeparatedValues::Column* CommaSeparatedValues::operator[](int row) { return rows[row]; }
+
+std::uint32_t CommaSeparatedValues::size() { return rows.size(); }
+
+std::uint32_t CommaSeparatedValues::rowCount() { return size(); }
+
+std::uint32_t CommaSeparatedValues::columnCount(int row) { return rows[row]->cells.size(); }
+
+}  // namespace config
+}  // namespace util
+}  // namespace vimo

@@ -1,0 +1,19 @@
+#ifndef VIMO_UTIL_CONFIG_READPIECE_H
+#define VIMO_UTIL_CONFIG_READPIECE_H
+
+#include <istream>
+#include <string>
+
+namespace vimo {
+namespace util {
+namespace config {
+
+// As std::getline(in, piece, delimiter), with one difference: a lack of memory
+// for `piece` is thrown and does not touch the stream's state.
+void readPiece(std::istream& in, char delimiter, std::string& piece);
+
+}  // namespace config
+}  // namespace util
+}  // namespace vimo
+
+#endif
