@@ -1,291 +1,497 @@
-// mirror [-j WORKERS] SOURCE TARGET
+// mirror [-c CONFIG] [-j WORKERS] SOURCE TARGET
 //
-// Copies a directory tree. The main thread walks SOURCE and makes a request of
-// each file; WORKERS threads take the requests from one queue, small files
-// first. A file appears under its name only when it is whole, so that mirror may
-// be interrupted at any time and started again.
+// Copies a directory tree and, run again, what has changed in SOURCE since. The
+// main thread walks SOURCE and makes a request of each file; WORKERS threads
+// take them from one queue, the most urgent first. A file appears under its
+// name only when it is whole, so that mirror may be interrupted and run again
+// at any time.
+//
+// CONFIG is a properties file: workers=NUMBER, verify=on or off, rules=FILE, a
+// table of file name suffix and priority, 0 being the first. Files that no rule
+// fits follow, small ones first.
 //
 // Exit status: 0, 1 when a file could not be copied, 2 when it could not start.
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <climits>
 #include <csignal>
+#include <cstdint>
 #include <cstdio>
-#include <cstdlib>
-#include <exception>
-#include <filesystem>
+#include <cstring>
+#include <fstream>
+#include <iterator>
 #include <memory>
 #include <mutex>
+#include <sstream>
+#include <stdexcept>
 #include <string>
 #include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
 
-#include "vimo_util/priq/PriorRequest.h"
+#include "vimo_util/config/CommaSeparatedValues.h"
+#include "vimo_util/config/CppProperties.h"
+#include "vimo_util/file/File.h"
+#include "vimo_util/frame/ClockCounter.h"
+#include "vimo_util/frame/ntz.h"
 #include "vimo_util/priq/RequestQueue.h"
 
-namespace fs = std::filesystem;
+using vimo::util::File;
+using vimo::util::config::CommaSeparatedValues;
+using vimo::util::config::CppProperties;
 using vimo::util::priq::PriorRequest;
 using vimo::util::priq::RequestQueue;
 
 namespace {
 
-// Whoever makes a RequestQueue with this key is connected to all others.
-constexpr int copyKey = 1;
+constexpr int copyKey = 1; // whoever makes a RequestQueue with it is connected
+constexpr unsigned int endOfWork =
+    UINT_MAX;                  // told to a worker in place of a file's number
+constexpr int maxWorkers = 64; // one bit each in a set of slots
+constexpr int lastRule = 999;  // the largest priority that a rule may give
 
-// Told to a worker in place of a file's number when there is no more work.
-constexpr unsigned int endOfWork = UINT_MAX;
-constexpr unsigned int lastOfAll = UINT_MAX;
+// In TARGET itself: the record of what has been copied, and the files at work.
+const std::string recordName = "/.mirror";
+const std::string partialName = "/.mirror.part-";
 
-// A file to copy. The queue borrows it; the worker that takes it destroys it.
-struct CopyRequest : PriorRequest {
-  CopyRequest(fs::path file, std::uintmax_t size)
-      : PriorRequest(0, static_cast<unsigned int>(std::min<std::uintmax_t>(size, lastOfAll - 1))),
-        file(std::move(file)) {}
-  const fs::path file;  // below SOURCE, and so below TARGET
-};
-
-[[noreturn]] void fail(const std::string& what) {
-  throw std::system_error(errno, std::generic_category(), what);
+[[noreturn]] void fail(const std::string &what, const std::string &why) {
+  throw std::runtime_error(what + ": " + why);
 }
 
-// What has been done, shown in place while standard error is a terminal.
-class Progress {
- public:
-  void expect() { ++expected; }
-  void done(std::uintmax_t size) {
-    std::lock_guard<std::mutex> lock(mutex);
-    ++files;
-    bytes += size;
-    const auto now = Clock::now();
-    if (terminal && now - shown > std::chrono::milliseconds(100)) {
-      std::fprintf(stderr, "\r%zu of %zu files, %ju bytes", files, expected, bytes);
-      shown = now;
+// The number that `text` is, from `least` to `most`; `what` is named if it is
+// none.
+int numberIn(const std::string &text, int least, int most,
+             const std::string &what) {
+  CppProperties number;
+  number.setProperty("", text);
+  const std::int64_t value = number.getInt("");
+  // getInt() alone would take the 4 of "4x".
+  if (text != std::to_string(value) || value < least || value > most) {
+    fail(what, "takes a number from " + std::to_string(least) + " to " +
+                   std::to_string(most));
+  }
+  return static_cast<int>(value);
+}
+
+struct Settings {
+  int workers = static_cast<int>(
+      std::max(1u, std::min(16u, std::thread::hardware_concurrency())));
+  bool verify = false;
+  std::vector<std::pair<std::string, unsigned int>> rules;
+
+  void load(const std::string &file) {
+    CppProperties config;
+    try {
+      config.load(file);
+    } catch (const VIMOException &error) {
+      fail(file,
+           error.code == 0x1E0001 ? "cannot be opened" : "cannot be read");
+    }
+    if (config.exist("workers")) {
+      workers = numberIn(config.getProperty("workers"), 1, maxWorkers,
+                         file + ": workers");
+    }
+    verify = config.isOn("verify");
+    if (config.exist("verify") && !verify &&
+        config.getProperty("verify") != "off") {
+      fail(file + ": verify", "is on or off");
+    }
+    if (config.exist("rules"))
+      loadRules(file, config.getProperty("rules"));
+  }
+
+  void loadRules(const std::string &config, const std::string &name) {
+    // A relative name is meant from where the configuration lies.
+    const std::string file =
+        name[0] == '/' ? name : config.substr(0, config.rfind('/') + 1) + name;
+    CommaSeparatedValues table;
+    if (!table.load(file))
+      fail(config + ": rules", file + " cannot be opened");
+    for (int i = 0; i < static_cast<int>(table.size()); ++i) {
+      if (table.columnCount(i) == 0)
+        continue; // blank, as is what follows the last newline
+      const std::string row =
+          config + ": rules: " + file + ": row " + std::to_string(i + 1);
+      if (table.columnCount(i) != 2)
+        fail(row, "takes a suffix and a priority");
+      const std::vector<std::string> &cells = table[i]->cells;
+      rules.emplace_back(cells[0], numberIn(cells[1], 0, lastRule, row));
     }
   }
-  void note(const std::string& line) {
+};
+
+// What has been done, shown in place while standard error is a terminal: a line
+// for each worker's slot and one for all.
+class Progress {
+public:
+  explicit Progress(int workers)
+      : freeSlots(~std::uint64_t{0} >> (64 - workers)), paths(workers) {}
+
+  // The lowest free slot, from now on `path`'s: no more are at work than there
+  // are.
+  int begin(const std::string &path) {
     std::lock_guard<std::mutex> lock(mutex);
-    std::fprintf(stderr, "%smirror: %s\n", clearLine(), line.c_str());
+    const int slot = ntz_hash64(freeSlots);
+    freeSlots &= freeSlots - 1;
+    paths[slot] = path;
+    return slot;
   }
-  void failed(const std::string& line) {
-    note(line);
+  void end(int slot, std::uintmax_t size, bool copied) {
     std::lock_guard<std::mutex> lock(mutex);
-    ++failures;
+    files += copied;
+    bytes += copied ? size : 0;
+    freeSlots |= std::uint64_t{1} << slot;
+    paths[slot].clear();
+    if (!terminal || clock.getCounter() < nextShow)
+      return;
+    nextShow = clock.calcCounter(100);
+    wipe();
+    for (const std::string &path : paths)
+      std::fprintf(stderr, "  %.76s\n", path.c_str());
+    std::fprintf(stderr, "%ju of %ju files, %ju bytes\n", files, expected,
+                 bytes);
+    shownLines = static_cast<int>(paths.size()) + 1;
   }
-  // The exit status, once the work is over and told of.
+  void note(const std::string &line, bool failure) {
+    std::lock_guard<std::mutex> lock(mutex);
+    wipe();
+    std::fprintf(stderr, "mirror: %s\n", line.c_str());
+    failures += failure;
+  }
+  // The exit status, once all are done and told of.
   int finish() {
-    std::fputs(clearLine(), stderr);
-    const std::chrono::duration<double> took = Clock::now() - start;
-    std::printf("%zu files, %ju bytes, %.2f s\n", files, bytes, took.count());
+    wipe();
+    const double seconds =
+        std::max<std::int64_t>(clock.getCounter() - start, 1) / 1e6;
+    std::printf("%ju files, %ju bytes, %.2f s, %.1f MB/s; %ju unchanged\n",
+                files, bytes, seconds, bytes / seconds / 1e6, unchanged);
     return failures == 0 ? 0 : 1;
   }
 
- private:
-  using Clock = std::chrono::steady_clock;
-  const char* clearLine() const { return terminal ? "\r\033[K" : ""; }
+  std::uintmax_t expected =
+      0; // these two are the walk's, which ends before the work starts
+  std::uintmax_t unchanged = 0;
+
+private:
+  void wipe() {
+    if (shownLines > 0)
+      std::fprintf(stderr, "\033[%dA\033[J", shownLines);
+    shownLines = 0;
+  }
 
   const bool terminal = isatty(STDERR_FILENO);
-  const Clock::time_point start = Clock::now();
-  std::mutex mutex;
-  Clock::time_point shown;
-  std::size_t expected = 0;
-  std::size_t files = 0;
-  std::uintmax_t bytes = 0;
-  std::size_t failures = 0;
+  const ClockCounter clock;
+  const std::int64_t start = clock.getCounter();
+  std::mutex mutex; // guards all below
+  std::uint64_t freeSlots;
+  std::vector<std::string> paths;
+  std::int64_t nextShow = 0;
+  int shownLines = 0;
+  std::uintmax_t files = 0, bytes = 0, failures = 0;
 };
 
-class Descriptor {
- public:
-  Descriptor(const fs::path& path, int flags, mode_t mode = 0)
-      : number(open(path.c_str(), flags | O_CLOEXEC, mode)) {
-    if (number < 0) fail(path.string());
-  }
-  ~Descriptor() { close(number); }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  const int number;
-};
-
-// Where each worker builds the file at hand, in TARGET itself. They are a list
-// of their own so that the handler of a signal finds them.
-const std::string partialPrefix = ".mirror.part-";
+// Where each slot builds its file: global, so that the handler of a signal
+// finds them.
 std::vector<std::string> partials;
 
-bool isPartial(const fs::path& path) {
-  return path.native().compare(0, partialPrefix.size(), partialPrefix) == 0;
+void removePartials() {
+  for (const std::string &partial : partials)
+    unlink(partial.c_str());
 }
 
 void removePartialsAndDie(int signal) {
-  for (const std::string& partial : partials) unlink(partial.c_str());
+  removePartials();
   std::signal(signal, SIG_DFL);
   std::raise(signal);
 }
 
-// Copies the content and the permissions of `from` to `partial`; returns the size.
-std::uintmax_t copyContent(const fs::path& from, const std::string& partial) {
-  const Descriptor in(from, O_RDONLY | O_NOFOLLOW);
-  const Descriptor out(partial, O_WRONLY | O_CREAT | O_TRUNC, 0600);
-  struct stat status;
-  if (fstat(in.number, &status) != 0) fail(from.string());
-
-  std::uintmax_t size = 0;
-  std::vector<char> block(1 << 16);
-  while (const ssize_t got = read(in.number, block.data(), block.size())) {
-    if (got < 0) fail(from.string());
-    for (ssize_t written = 0; written < got;) {
-      const ssize_t put = write(out.number, block.data() + written, got - written);
-      if (put < 0) fail(partial);
-      written += put;
-    }
-    size += got;
+// A File opens what it copies or compares for writing too; what may only be
+// read goes through streams.
+void copyContent(const std::string &from, const std::string &to) {
+  File source(from), target(to);
+  if (source.canWrite()) {
+    if (source.copyTo(target) == -1)
+      fail(from, "it or its copy cannot be opened");
+    return;
   }
-  if (fchmod(out.number, status.st_mode & 07777) != 0) fail(partial);
-  return size;
+  std::ifstream in(from, std::ios::binary);
+  std::ofstream out(to, std::ios::binary);
+  if (!in)
+    fail(from, "cannot be opened");
+  if (in.peek() != std::ifstream::traits_type::eof())
+    out << in.rdbuf();
+  out.close();
+  if (in.bad() || !out)
+    fail(from, "cannot be copied");
 }
 
-void work(const fs::path& source, const fs::path& target, const std::string& partial,
-          Progress& progress) {
-  RequestQueue queue(copyKey, 0);
-  for (;;) {
-    unsigned int number;
-    PriorRequest* const request = queue.recvWaitAndDequeue(number);
-    if (number == endOfWork) return;
-    const std::unique_ptr<CopyRequest> copy(static_cast<CopyRequest*>(request));
-    try {
-      const std::uintmax_t size = copyContent(source / copy->file, partial);
-      fs::rename(partial, target / copy->file);
-      progress.done(size);
-    } catch (const std::exception& error) {
-      progress.failed(error.what());
-      unlink(partial.c_str());
-    }
-  }
+bool equalContent(const std::string &from, const std::string &to) {
+  File source(from), target(to); // fresh ones, which start at the start
+  if (source.canWrite())
+    return source.compareTo(target) == 0;
+  std::ifstream a(from, std::ios::binary), b(to, std::ios::binary);
+  using Bytes = std::istreambuf_iterator<char>;
+  return std::equal(Bytes(a), Bytes(), Bytes(b), Bytes());
 }
 
-// Makes the directories of TARGET and queues a request for each file.
-class Walk {
- public:
-  Walk(fs::path source, fs::path target, Progress& progress)
-      : source(std::move(source)), target(std::move(target)), progress(progress) {}
-
-  void enter(const fs::path& directory) {
-    try {
-      // Open to its owner while it is filled, a read-only one too.
-      fs::create_directory(target / directory);
-      fs::permissions(target / directory, fs::perms::owner_all, fs::perm_options::add);
-      directories.push_back(directory);
-      for (const fs::directory_entry& entry : fs::directory_iterator(source / directory)) {
-        meet(directory / entry.path().filename(), entry.symlink_status().type());
-      }
-    } catch (const std::exception& error) {
-      progress.failed(error.what());
-    }
-  }
-
-  // Gives the directories their permissions, the deepest ones first.
-  void close() {
-    for (auto directory = directories.rbegin(); directory != directories.rend(); ++directory) {
-      try {
-        fs::permissions(target / *directory, fs::status(source / *directory).permissions());
-      } catch (const std::exception& error) {
-        progress.failed(error.what());
-      }
-    }
-  }
-
- private:
-  void meet(const fs::path& path, fs::file_type type) {
-    if (isPartial(path) || (type != fs::file_type::directory && type != fs::file_type::regular)) {
-      progress.note("left out: " + (source / path).string());
-    } else if (type == fs::file_type::directory) {
-      enter(path);
-    } else {
-      auto request = std::make_unique<CopyRequest>(path, fs::file_size(source / path));
-      queue.push(files++, request.get());
-      request.release();
-      progress.expect();
-    }
-  }
-
-  const fs::path source;
-  const fs::path target;
-  Progress& progress;
-  RequestQueue queue{copyKey, 0};
-  unsigned int files = 0;
-  std::vector<fs::path> directories;
+// A file to copy. The queue borrows it; the worker that takes it destroys it.
+struct CopyRequest : PriorRequest {
+  CopyRequest(unsigned int priority, std::string path,
+              const struct stat &status)
+      : PriorRequest(0, priority), path(std::move(path)), status(status) {}
+  const std::string path;   // below SOURCE, and so below TARGET
+  const struct stat status; // as the walk met it
 };
 
-int mirror(const fs::path& source, const fs::path& target, std::size_t workers) {
-  // What a run that was killed has left.
-  for (const fs::directory_entry& entry : fs::directory_iterator(target)) {
-    if (isPartial(entry.path().filename())) fs::remove(entry.path());
-  }
-  for (std::size_t i = 0; i < workers; ++i) {
-    partials.push_back((target / partialPrefix).string() + std::to_string(i));
-  }
-  std::signal(SIGINT, removePartialsAndDie);
-  std::signal(SIGTERM, removePartialsAndDie);
+class Mirror {
+public:
+  Mirror(std::string source, std::string target, const Settings &settings)
+      : source(std::move(source)), target(std::move(target)),
+        settings(settings) {}
 
-  Progress progress;
-  Walk walk(source, target, progress);
-  walk.enter("");
+  int run() {
+    for (int i = 0; i < maxWorkers; ++i)
+      partials.push_back(target + partialName + std::to_string(i));
+    removePartials(); // what a run that was killed has left
+    std::signal(SIGINT, removePartialsAndDie);
+    std::signal(SIGTERM, removePartialsAndDie);
+    umask(077); // a copy is for nobody else until it has its mode
+    loadRecord();
+    enter("");
 
-  // Behind every file, whatever its size: one end for each worker.
-  std::vector<PriorRequest> ends(workers, PriorRequest(0, lastOfAll));
-  for (PriorRequest& end : ends) RequestQueue(copyKey, 0).push(endOfWork, &end);
-  std::vector<std::thread> threads;
-  for (const std::string& partial : partials) {
+    // Behind every file: one end for each worker.
+    std::vector<PriorRequest> ends(settings.workers, PriorRequest(0, UINT_MAX));
+    for (PriorRequest &end : ends)
+      queue.push(endOfWork, &end);
+    std::vector<std::thread> threads;
     try {
-      threads.emplace_back([&] { work(source, target, partial, progress); });
-    } catch (const std::system_error& error) {
-      if (threads.empty()) throw;
-      progress.note(std::string("fewer workers: ") + error.what());
-      break;
+      for (int i = 0; i < settings.workers; ++i)
+        threads.emplace_back([this] { work(); });
+    } catch (const std::system_error &) {
+      if (threads.empty())
+        throw; // fewer will do
+    }
+    for (std::thread &thread : threads)
+      thread.join();
+
+    saveRecord();
+    for (auto directory = directories.rbegin(); directory != directories.rend();
+         ++directory) {
+      attempt(directory->first,
+              [&] { setMode(target + directory->first, directory->second); });
+    }
+    return progress.finish();
+  }
+
+private:
+  // Runs `action`; what it throws becomes a line that names what lies at
+  // `path`.
+  template <class Action>
+  bool attempt(const std::string &path, Action action) try {
+    action();
+    return true;
+  } catch (const std::exception &error) {
+    progress.note(source + path + ": " + error.what(), true);
+    return false;
+  }
+
+  // The setters of a File know the owner and everyone, but no group.
+  static void setMode(const std::string &path, mode_t mode) {
+    if (chmod(path.c_str(), mode & 07777) != 0)
+      fail("mode cannot be set", std::strerror(errno));
+  }
+
+  // The record: the path of each file, and what its source was like when it was
+  // copied.
+  static std::string stateOf(const struct stat &status) {
+    std::ostringstream state;
+    state << status.st_size << ' ' << status.st_mode << ' '
+          << status.st_mtim.tv_sec << '.' << status.st_mtim.tv_nsec;
+    return state.str();
+  }
+
+  void loadRecord() {
+    std::ifstream in(target + recordName, std::ios::binary);
+    std::stringstream content;
+    if (in)
+      content << in.rdbuf();
+    before.load(content);
+    // The form has no checksum, but what is whole is saved again as it was.
+    std::ostringstream again;
+    before.save(again);
+    if (again.str() == content.str())
+      return;
+    progress.note(target + recordName + " is damaged, and taken as empty",
+                  false);
+    before.clear();
+  }
+
+  void saveRecord() {
+    attempt(recordName, [this] {
+      std::ofstream out(partials[0], std::ios::binary);
+      after.save(out);
+      out.close();
+      if (!out)
+        fail(partials[0], "cannot be written");
+      File record(target + recordName);
+      File(partials[0]).renameTo(record);
+    });
+  }
+
+  // The walk: makes the directories of TARGET and queues a request for each
+  // file.
+  void enter(const std::string &path) {
+    attempt(path, [&] {
+      struct stat status;
+      if (stat((source + path).c_str(), &status) != 0)
+        fail("stat", std::strerror(errno));
+      File made(target + path);
+      if (!made.exists())
+        made.mkdir();
+      made.setReadable(
+          true); // open to its owner while it is filled, a read-only one too
+      made.setWritable(true);
+      made.setExecutable(true);
+      directories.emplace_back(path, status.st_mode);
+      std::vector<File> entries;
+      File(source + path).listFiles(entries);
+      for (const File &entry : entries)
+        meet(path + "/" + entry.getPath()); // bare names
+    });
+  }
+
+  void meet(const std::string &path) {
+    struct stat status; // of a link itself, which a File would follow
+    const bool known = lstat((source + path).c_str(), &status) == 0;
+    if (known && S_ISDIR(status.st_mode))
+      return enter(path);
+    if (!known || !S_ISREG(status.st_mode) ||
+        path.compare(0, recordName.size(), recordName) == 0) {
+      return progress.note("left out: " + source + path, false);
+    }
+    if (before.getProperty(path) == stateOf(status) &&
+        File(target + path).exists()) {
+      after.setProperty(path, stateOf(status));
+      ++progress.unchanged;
+      return;
+    }
+    std::unique_ptr<CopyRequest> copy(
+        new CopyRequest(priorityOf(path, status), path, status));
+    queue.push(static_cast<unsigned int>(progress.expected++), copy.get());
+    copy.release();
+  }
+
+  unsigned int priorityOf(const std::string &path,
+                          const struct stat &status) const {
+    for (const auto &rule : settings.rules) {
+      const std::size_t size = rule.first.size();
+      if (path.size() >= size &&
+          path.compare(path.size() - size, size, rule.first) == 0) {
+        return rule.second;
+      }
+    }
+    return static_cast<unsigned int>(
+        std::min<std::uint64_t>(lastRule + 1 + status.st_size, UINT_MAX - 1));
+  }
+
+  // A worker: takes requests until it is told the end.
+  void work() {
+    RequestQueue requests(copyKey, 0);
+    for (;;) {
+      unsigned int number;
+      PriorRequest *const request = requests.recvWaitAndDequeue(number);
+      if (number == endOfWork)
+        return;
+      const std::unique_ptr<CopyRequest> copy(
+          static_cast<CopyRequest *>(request));
+      const int slot = progress.begin(copy->path);
+      const bool copied =
+          attempt(copy->path, [&] { copyFile(*copy, partials[slot]); });
+      if (!copied)
+        unlink(partials[slot].c_str());
+      progress.end(slot, copy->status.st_size, copied);
     }
   }
-  for (std::thread& thread : threads) thread.join();
-  walk.close();
-  return progress.finish();
+
+  void copyFile(const CopyRequest &copy, const std::string &partial) {
+    copyContent(source + copy.path, partial);
+    if (settings.verify && !equalContent(source + copy.path, partial)) {
+      fail("verify", "the copy differs");
+    }
+    setMode(partial, copy.status.st_mode);
+    File whole(target + copy.path);
+    File(partial).renameTo(whole);
+    std::lock_guard<std::mutex> lock(afterMutex);
+    after.setProperty(copy.path, stateOf(copy.status));
+  }
+
+  const std::string source;
+  const std::string target;
+  const Settings &settings;
+  Progress progress{settings.workers};
+  RequestQueue queue{copyKey, 0};
+  std::vector<std::pair<std::string, mode_t>> directories;
+  CppProperties before; // the record as it was found
+  std::mutex afterMutex;
+  CppProperties after; // the record as it will be, guarded by the mutex while
+                       // threads work
+};
+
+// The absolute path of what need not exist yet, in a directory that does.
+std::string absolutePath(std::string path) {
+  while (path.size() > 1 && path.back() == '/')
+    path.pop_back();
+  if (File(path).exists())
+    return File(path).getAbsolutePath();
+  const std::size_t name = path.rfind('/') + 1;
+  return File(name == 0 ? "." : path.substr(0, name)).getAbsolutePath() + "/" +
+         path.substr(name);
 }
 
-bool isInside(const fs::path& path, const fs::path& directory) {
-  return std::mismatch(directory.begin(), directory.end(), path.begin(), path.end()).first ==
-         directory.end();
-}
-
-int refuse(const std::string& line) {
-  std::fprintf(stderr, "mirror: %s\nusage: mirror [-j WORKERS] SOURCE TARGET\n", line.c_str());
+int refuse(const std::string &line) {
+  std::fprintf(
+      stderr,
+      "mirror: %s\nusage: mirror [-c CONFIG] [-j WORKERS] SOURCE TARGET\n",
+      line.c_str());
   return 2;
 }
 
-}  // namespace
+} // namespace
 
-int main(int argc, char** argv) {
-  unsigned long workers = std::max(1u, std::thread::hardware_concurrency());
+int main(int argc, char **argv) try {
+  Settings settings;
+  std::string workers;
   opterr = 0;
-  for (int option; (option = getopt(argc, argv, "j:")) != -1;) {
-    if (option != 'j') return refuse("unknown option or no value: -" + std::string(1, optopt));
-    char* end;
-    workers = std::strtoul(optarg, &end, 10);
-    if (*end != '\0' || workers < 1 || workers > 64)
-      return refuse("-j takes a number from 1 to 64");
+  for (int option; (option = getopt(argc, argv, "c:j:")) != -1;) {
+    if (option == '?')
+      return refuse(std::string("unknown option or no value: -") +
+                    char(optopt));
+    if (option == 'c')
+      settings.load(optarg);
+    if (option == 'j')
+      workers = optarg;
   }
-  if (argc - optind != 2) return refuse("needs a SOURCE and a TARGET");
-  try {
-    const fs::path source = fs::canonical(argv[optind]);
-    if (!fs::is_directory(source)) return refuse(source.string() + " is no directory");
-    const fs::path target = fs::weakly_canonical(argv[optind + 1]);
-    if (isInside(target, source)) return refuse(target.string() + " is inside " + source.string());
-    fs::create_directories(target);
-    return mirror(source, target, workers);
-  } catch (const std::exception& error) {
-    return refuse(error.what());
+  if (!workers.empty())
+    settings.workers = numberIn(workers, 1, maxWorkers, "-j");
+  if (argc - optind != 2)
+    return refuse("needs a SOURCE and a TARGET");
+
+  const std::string source = File(argv[optind]).getAbsolutePath();
+  if (!File(source).isDirectory())
+    return refuse(source + " is no directory");
+  const std::string target = absolutePath(argv[optind + 1]);
+  const std::string within = source == "/" ? source : source + "/";
+  if ((target + "/").compare(0, within.size(), within) == 0) {
+    return refuse(target + " is inside " + source);
   }
+  if (!File(target).exists())
+    File(target).mkdir();
+  return Mirror(source, target, settings).run();
+} catch (const std::exception &error) {
+  return refuse(error.what());
 }

@@ -7,55 +7,107 @@ trap 'chmod -R u+rwx "$work"; rm -rf "$work"' EXIT
 cd "$work" || exit 1
 bad=0
 
-# expect STATUS ERROR-PATTERN ARGUMENTS...
+wrong() {
+  echo "$1" && bad=1
+}
+
+# expect STATUS OUTPUT-PATTERN ERROR-PATTERN ARGUMENTS...
 expect() {
-  local status=$1 pattern=$2 && shift 2
+  local status=$1 output=$2 error=$3 && shift 3
   "${mirror[@]}" "$@" >out 2>err
   local got=$?
-  [ $got -eq "$status" ] || { echo "mirror $*: status $got, not $status" && cat err && bad=1; }
-  grep -qE -- "$pattern" <<<"$(cat err)" || { echo "mirror $*: no '$pattern' in: $(cat err)" && bad=1; }
+  [ $got -eq "$status" ] || wrong "mirror $*: status $got, not $status: $(cat err)"
+  grep -qE -- "$output" <<<"$(cat out)" || wrong "mirror $*: no '$output' in: $(cat out)"
+  grep -qE -- "$error" <<<"$(cat err)" || wrong "mirror $*: no '$error' in: $(cat err)"
+}
+
+same() {
+  diff -r --exclude .mirror "$1" "$2" || bad=1
+}
+
+modes() {
+  (cd "$1" && find . ! -name .mirror -printf '%p %m\n' | sort)
 }
 
 mkdir -p source/deep/er source/empty source/closed
 printf 'one\n' >'source/a name with  blanks'
-printf 'two\n' >$'source/deep/\xff\n-j'
+printf 'two\n' >$'source/deep/\xff\n=#-j'
 : >source/deep/er/nothing
 head -c 300000 /dev/urandom >source/deep/large
 printf 'x' >source/closed/inside
-chmod 640 source/deep/large && chmod 751 source/deep/er && chmod 555 source/closed
+chmod 640 source/deep/large && chmod 751 source/deep/er && chmod 444 source/closed/inside && chmod 555 source/closed
 
-expect 0 '^$' source target
-diff -r source target || bad=1
-[ "$(cd source && find . -printf '%p %m\n' | sort)" = "$(cd target && find . -printf '%p %m\n' | sort)" ] || { echo modes && bad=1; }
-grep -qE '^5 files, 300009 bytes, [0-9.]+ s$' out || { echo "summary: $(cat out)" && bad=1; }
+expect 0 '^5 files, 300009 bytes, .*; 0 unchanged$' '^$' source target
+same source target
+[ "$(modes source)" = "$(modes target)" ] || wrong "modes: $(modes target)"
 
-# Once more over its own result, with what it cannot copy added.
-mkfifo source/fifo && ln -s nowhere source/link
+# Only what differs is copied again; a record that cannot be whole is no record.
+printf 'three\n' >>'source/a name with  blanks'
+rm target/deep/er/nothing
+expect 0 '^2 files, 10 bytes, .*; 3 unchanged$' '^$' source target
+same source target
+truncate -s -3 target/.mirror
+expect 0 '^5 files, .*; 0 unchanged$' 'damaged' source target
+expect 0 '^0 files, .*; 5 unchanged$' '^$' source target
+
+# What cannot be copied is named, and the rest is copied.
+mkfifo source/fifo && ln -s nowhere source/link && : >source/.mirror
 : >target/.mirror.part-40
-mkdir target/taken && printf 'y' >source/taken
-expect 1 'taken' -j 3 source target
-expect 1 'left out: .*/source/fifo' source target
-expect 1 'left out: .*/source/link' source target
-rm -r source/taken target/taken
-expect 0 . -j 1 source target
-[ -z "$(find target -name '.mirror*')" ] || { echo "left behind: $(find target -name '.mirror*')" && bad=1; }
+mkdir target/taken && printf 'y' >source/taken && printf 'z' >source/new
+expect 1 '^1 files' 'taken: rename failed' -j 3 source target
+for left_out in fifo link .mirror; do
+  grep -q "left out: .*/source/$left_out" err || wrong "not named: $left_out"
+done
+[ "$(find target -name '.mirror*')" = target/.mirror ] || wrong "left behind: $(find target -name '.mirror*')"
+rm -r source/taken target/taken source/fifo source/link source/.mirror
 
-# Interrupted, it leaves whole files only.
+# Without a superuser's power over files: one that may only be read, and one that may not.
+[ "$(id -u)" -ne 0 ] || mirror=(setpriv --bounding-set=-all --inh-caps=-all "$@")
+printf 's' >source/secret && chmod 000 source/secret
+expect 1 '^6 files' 'secret: ' source plain
+expect 1 '^0 files, .*; 6 unchanged' 'secret: ' source plain
+rm source/secret
+same source plain
+mirror=("$@")
+
+# What is urgent goes first: one worker's copies bear the times of its work.
+printf 'workers=1\nverify=on\nrules=rules.csv # beside this file\n' >config
+printf '.last,20\n#.first,9\n.first,10\n' >rules.csv
+mkdir order && for i in 1.last 2.none 3.first; do head -c "${i%.*}000" /dev/zero >order/$i; done
+expect 0 '^3 files' '^$' -c config order ordered
+[ "$(cd ordered && stat -c '%y %n' -- *.* | sort | cut -d. -f3 | tr '\n' ' ')" = 'first last none ' ] ||
+  wrong "order: $(ls -l --full-time ordered)"
+
+# Interrupted, it leaves whole files only, and goes on from there.
 mkdir many && for i in $(seq 300); do head -c 200000 /dev/zero >many/"$i"; done
 "${mirror[@]}" many cut >/dev/null 2>&1 &
 while [ ! -e cut/7 ] && kill -0 $! 2>/dev/null; do :; done
 kill -INT $! 2>/dev/null
 wait $!
-[ -z "$(find cut -type f ! -name '.mirror*' ! -size 200000c)" ] || { echo "cut short: $(find cut -type f ! -name '.mirror*' ! -size 200000c)" && bad=1; }
-expect 0 '^$' many cut
-diff -r many cut || bad=1
+[ -z "$(find cut -type f ! -name '.mirror*' ! -size 200000c)" ] || wrong "cut short: $(ls -l cut)"
+expect 0 ' files' '^$' many cut
+same many cut
 
-expect 2 'is inside' source source/deep/new
-expect 2 'is inside' source source
-expect 2 'absent' absent target
-expect 2 'no directory' out target
-expect 2 'unknown option' -z source target
-expect 2 '1 to 64' -j 0 source target
-expect 2 '1 to 64' -j 4x source target
-expect 2 'SOURCE' source
+printf 'workers=many\n' >workers && printf 'verify=yes\n' >verify
+printf 'rules=absent.csv\n' >rules && printf 'rules=bad.csv\n' >row && printf '.h,1\n.c,one\n' >bad.csv
+while read -r pattern arguments; do
+  # shellcheck disable=SC2086
+  expect 2 '^$' "${pattern//_/ }" $arguments
+done <<'CASES'
+is_inside source source/deep/new
+is_inside source source
+absent absent target
+no_directory out target
+getAbsPath_of_missing source missing/target
+unknown_option -z source target
+-j:_takes_a_number_from_1_to_64 -j 0 source target
+-j:_takes_a_number_from_1_to_64 -j 4x source target
+SOURCE source
+nofile:_cannot_be_opened -c nofile source target
+source:_cannot_be_read -c source source target
+workers:_workers:_takes -c workers source target
+verify:_verify:_is_on -c verify source target
+rules:_rules:_absent.csv_cannot -c rules source target
+row:_rules:_bad.csv:_row_2: -c row source target
+CASES
 exit $bad
