@@ -49,11 +49,10 @@ using vimo::util::priq::RequestQueue;
 
 namespace {
 
-constexpr int copyKey = 1; // whoever makes a RequestQueue with it is connected
-constexpr unsigned int endOfWork =
-    UINT_MAX;                  // told to a worker in place of a file's number
-constexpr int maxWorkers = 64; // one bit each in a set of slots
-constexpr int lastRule = 999;  // the largest priority that a rule may give
+constexpr int copyKey = 1;                    // whoever makes a RequestQueue with it is connected
+constexpr unsigned int endOfWork = UINT_MAX;  // told to a worker in place of a file's number
+constexpr int maxWorkers = 64;                // one bit each in a set of slots
+constexpr int lastRule = 999;                 // the largest priority that a rule may give
 
 // In TARGET itself: the record of what has been copied, and the files at work.
 const std::string recordName = "/.mirror";
@@ -65,22 +64,19 @@ const std::string partialName = "/.mirror.part-";
 
 // The number that `text` is, from `least` to `most`; `what` is named if it is
 // none.
-int numberIn(const std::string &text, int least, int most,
-             const std::string &what) {
+int numberIn(const std::string &text, int least, int most, const std::string &what) {
   CppProperties number;
   number.setProperty("", text);
   const std::int64_t value = number.getInt("");
   // getInt() alone would take the 4 of "4x".
   if (text != std::to_string(value) || value < least || value > most) {
-    fail(what, "takes a number from " + std::to_string(least) + " to " +
-                   std::to_string(most));
+    fail(what, "takes a number from " + std::to_string(least) + " to " + std::to_string(most));
   }
   return static_cast<int>(value);
 }
 
 struct Settings {
-  int workers = static_cast<int>(
-      std::max(1u, std::min(16u, std::thread::hardware_concurrency())));
+  int workers = static_cast<int>(std::max(1u, std::min(16u, std::thread::hardware_concurrency())));
   bool verify = false;
   std::vector<std::pair<std::string, unsigned int>> rules;
 
@@ -89,36 +85,27 @@ struct Settings {
     try {
       config.load(file);
     } catch (const VIMOException &error) {
-      fail(file,
-           error.code == 0x1E0001 ? "cannot be opened" : "cannot be read");
+      fail(file, error.code == 0x1E0001 ? "cannot be opened" : "cannot be read");
     }
     if (config.exist("workers")) {
-      workers = numberIn(config.getProperty("workers"), 1, maxWorkers,
-                         file + ": workers");
+      workers = numberIn(config.getProperty("workers"), 1, maxWorkers, file + ": workers");
     }
     verify = config.isOn("verify");
-    if (config.exist("verify") && !verify &&
-        config.getProperty("verify") != "off") {
+    if (config.exist("verify") && !verify && config.getProperty("verify") != "off") {
       fail(file + ": verify", "is on or off");
     }
-    if (config.exist("rules"))
-      loadRules(file, config.getProperty("rules"));
+    if (config.exist("rules")) loadRules(file, config.getProperty("rules"));
   }
 
   void loadRules(const std::string &config, const std::string &name) {
     // A relative name is meant from where the configuration lies.
-    const std::string file =
-        name[0] == '/' ? name : config.substr(0, config.rfind('/') + 1) + name;
+    const std::string file = name[0] == '/' ? name : config.substr(0, config.rfind('/') + 1) + name;
     CommaSeparatedValues table;
-    if (!table.load(file))
-      fail(config + ": rules", file + " cannot be opened");
+    if (!table.load(file)) fail(config + ": rules", file + " cannot be opened");
     for (int i = 0; i < static_cast<int>(table.size()); ++i) {
-      if (table.columnCount(i) == 0)
-        continue; // blank, as is what follows the last newline
-      const std::string row =
-          config + ": rules: " + file + ": row " + std::to_string(i + 1);
-      if (table.columnCount(i) != 2)
-        fail(row, "takes a suffix and a priority");
+      if (table.columnCount(i) == 0) continue;  // blank, as is what follows the last newline
+      const std::string row = config + ": rules: " + file + ": row " + std::to_string(i + 1);
+      if (table.columnCount(i) != 2) fail(row, "takes a suffix and a priority");
       const std::vector<std::string> &cells = table[i]->cells;
       rules.emplace_back(cells[0], numberIn(cells[1], 0, lastRule, row));
     }
@@ -128,9 +115,8 @@ struct Settings {
 // What has been done, shown in place while standard error is a terminal: a line
 // for each worker's slot and one for all.
 class Progress {
-public:
-  explicit Progress(int workers)
-      : freeSlots(~std::uint64_t{0} >> (64 - workers)), paths(workers) {}
+ public:
+  explicit Progress(int workers) : freeSlots(~std::uint64_t{0} >> (64 - workers)), paths(workers) {}
 
   // The lowest free slot, from now on `path`'s: no more are at work than there
   // are.
@@ -147,14 +133,11 @@ public:
     bytes += copied ? size : 0;
     freeSlots |= std::uint64_t{1} << slot;
     paths[slot].clear();
-    if (!terminal || clock.getCounter() < nextShow)
-      return;
+    if (!terminal || clock.getCounter() < nextShow) return;
     nextShow = clock.calcCounter(100);
     wipe();
-    for (const std::string &path : paths)
-      std::fprintf(stderr, "  %.76s\n", path.c_str());
-    std::fprintf(stderr, "%ju of %ju files, %ju bytes\n", files, expected,
-                 bytes);
+    for (const std::string &path : paths) std::fprintf(stderr, "  %.76s\n", path.c_str());
+    std::fprintf(stderr, "%ju of %ju files, %ju bytes\n", files, expected, bytes);
     shownLines = static_cast<int>(paths.size()) + 1;
   }
   void note(const std::string &line, bool failure) {
@@ -166,28 +149,25 @@ public:
   // The exit status, once all are done and told of.
   int finish() {
     wipe();
-    const double seconds =
-        std::max<std::int64_t>(clock.getCounter() - start, 1) / 1e6;
-    std::printf("%ju files, %ju bytes, %.2f s, %.1f MB/s; %ju unchanged\n",
-                files, bytes, seconds, bytes / seconds / 1e6, unchanged);
+    const double seconds = std::max<std::int64_t>(clock.getCounter() - start, 1) / 1e6;
+    std::printf("%ju files, %ju bytes, %.2f s, %.1f MB/s; %ju unchanged\n", files, bytes, seconds,
+                bytes / seconds / 1e6, unchanged);
     return failures == 0 ? 0 : 1;
   }
 
-  std::uintmax_t expected =
-      0; // these two are the walk's, which ends before the work starts
+  std::uintmax_t expected = 0;  // these two are the walk's, which ends before the work starts
   std::uintmax_t unchanged = 0;
 
-private:
+ private:
   void wipe() {
-    if (shownLines > 0)
-      std::fprintf(stderr, "\033[%dA\033[J", shownLines);
+    if (shownLines > 0) std::fprintf(stderr, "\033[%dA\033[J", shownLines);
     shownLines = 0;
   }
 
   const bool terminal = isatty(STDERR_FILENO);
   const ClockCounter clock;
   const std::int64_t start = clock.getCounter();
-  std::mutex mutex; // guards all below
+  std::mutex mutex;  // guards all below
   std::uint64_t freeSlots;
   std::vector<std::string> paths;
   std::int64_t nextShow = 0;
@@ -200,8 +180,7 @@ private:
 std::vector<std::string> partials;
 
 void removePartials() {
-  for (const std::string &partial : partials)
-    unlink(partial.c_str());
+  for (const std::string &partial : partials) unlink(partial.c_str());
 }
 
 void removePartialsAndDie(int signal) {
@@ -215,25 +194,20 @@ void removePartialsAndDie(int signal) {
 void copyContent(const std::string &from, const std::string &to) {
   File source(from), target(to);
   if (source.canWrite()) {
-    if (source.copyTo(target) == -1)
-      fail(from, "it or its copy cannot be opened");
+    if (source.copyTo(target) == -1) fail(from, "it or its copy cannot be opened");
     return;
   }
   std::ifstream in(from, std::ios::binary);
   std::ofstream out(to, std::ios::binary);
-  if (!in)
-    fail(from, "cannot be opened");
-  if (in.peek() != std::ifstream::traits_type::eof())
-    out << in.rdbuf();
+  if (!in) fail(from, "cannot be opened");
+  if (in.peek() != std::ifstream::traits_type::eof()) out << in.rdbuf();
   out.close();
-  if (in.bad() || !out)
-    fail(from, "cannot be copied");
+  if (in.bad() || !out) fail(from, "cannot be copied");
 }
 
 bool equalContent(const std::string &from, const std::string &to) {
-  File source(from), target(to); // fresh ones, which start at the start
-  if (source.canWrite())
-    return source.compareTo(target) == 0;
+  File source(from), target(to);  // fresh ones, which start at the start
+  if (source.canWrite()) return source.compareTo(target) == 0;
   std::ifstream a(from, std::ios::binary), b(to, std::ios::binary);
   using Bytes = std::istreambuf_iterator<char>;
   return std::equal(Bytes(a), Bytes(), Bytes(b), Bytes());
@@ -241,54 +215,46 @@ bool equalContent(const std::string &from, const std::string &to) {
 
 // A file to copy. The queue borrows it; the worker that takes it destroys it.
 struct CopyRequest : PriorRequest {
-  CopyRequest(unsigned int priority, std::string path,
-              const struct stat &status)
+  CopyRequest(unsigned int priority, std::string path, const struct stat &status)
       : PriorRequest(0, priority), path(std::move(path)), status(status) {}
-  const std::string path;   // below SOURCE, and so below TARGET
-  const struct stat status; // as the walk met it
+  const std::string path;    // below SOURCE, and so below TARGET
+  const struct stat status;  // as the walk met it
 };
 
 class Mirror {
-public:
+ public:
   Mirror(std::string source, std::string target, const Settings &settings)
-      : source(std::move(source)), target(std::move(target)),
-        settings(settings) {}
+      : source(std::move(source)), target(std::move(target)), settings(settings) {}
 
   int run() {
     for (int i = 0; i < maxWorkers; ++i)
       partials.push_back(target + partialName + std::to_string(i));
-    removePartials(); // what a run that was killed has left
+    removePartials();  // what a run that was killed has left
     std::signal(SIGINT, removePartialsAndDie);
     std::signal(SIGTERM, removePartialsAndDie);
-    umask(077); // a copy is for nobody else until it has its mode
+    umask(077);  // a copy is for nobody else until it has its mode
     loadRecord();
     enter("");
 
     // Behind every file: one end for each worker.
     std::vector<PriorRequest> ends(settings.workers, PriorRequest(0, UINT_MAX));
-    for (PriorRequest &end : ends)
-      queue.push(endOfWork, &end);
+    for (PriorRequest &end : ends) queue.push(endOfWork, &end);
     std::vector<std::thread> threads;
     try {
-      for (int i = 0; i < settings.workers; ++i)
-        threads.emplace_back([this] { work(); });
+      for (int i = 0; i < settings.workers; ++i) threads.emplace_back([this] { work(); });
     } catch (const std::system_error &) {
-      if (threads.empty())
-        throw; // fewer will do
+      if (threads.empty()) throw;  // fewer will do
     }
-    for (std::thread &thread : threads)
-      thread.join();
+    for (std::thread &thread : threads) thread.join();
 
     saveRecord();
-    for (auto directory = directories.rbegin(); directory != directories.rend();
-         ++directory) {
-      attempt(directory->first,
-              [&] { setMode(target + directory->first, directory->second); });
+    for (auto directory = directories.rbegin(); directory != directories.rend(); ++directory) {
+      attempt(directory->first, [&] { setMode(target + directory->first, directory->second); });
     }
     return progress.finish();
   }
 
-private:
+ private:
   // Runs `action`; what it throws becomes a line that names what lies at
   // `path`.
   template <class Action>
@@ -302,32 +268,28 @@ private:
 
   // The setters of a File know the owner and everyone, but no group.
   static void setMode(const std::string &path, mode_t mode) {
-    if (chmod(path.c_str(), mode & 07777) != 0)
-      fail("mode cannot be set", std::strerror(errno));
+    if (chmod(path.c_str(), mode & 07777) != 0) fail("mode cannot be set", std::strerror(errno));
   }
 
   // The record: the path of each file, and what its source was like when it was
   // copied.
   static std::string stateOf(const struct stat &status) {
     std::ostringstream state;
-    state << status.st_size << ' ' << status.st_mode << ' '
-          << status.st_mtim.tv_sec << '.' << status.st_mtim.tv_nsec;
+    state << status.st_size << ' ' << status.st_mode << ' ' << status.st_mtim.tv_sec << '.'
+          << status.st_mtim.tv_nsec;
     return state.str();
   }
 
   void loadRecord() {
     std::ifstream in(target + recordName, std::ios::binary);
     std::stringstream content;
-    if (in)
-      content << in.rdbuf();
+    if (in) content << in.rdbuf();
     before.load(content);
     // The form has no checksum, but what is whole is saved again as it was.
     std::ostringstream again;
     before.save(again);
-    if (again.str() == content.str())
-      return;
-    progress.note(target + recordName + " is damaged, and taken as empty",
-                  false);
+    if (again.str() == content.str()) return;
+    progress.note(target + recordName + " is damaged, and taken as empty", false);
     before.clear();
   }
 
@@ -336,8 +298,7 @@ private:
       std::ofstream out(partials[0], std::ios::binary);
       after.save(out);
       out.close();
-      if (!out)
-        fail(partials[0], "cannot be written");
+      if (!out) fail(partials[0], "cannot be written");
       File record(target + recordName);
       File(partials[0]).renameTo(record);
     });
@@ -348,50 +309,40 @@ private:
   void enter(const std::string &path) {
     attempt(path, [&] {
       struct stat status;
-      if (stat((source + path).c_str(), &status) != 0)
-        fail("stat", std::strerror(errno));
+      if (stat((source + path).c_str(), &status) != 0) fail("stat", std::strerror(errno));
       File made(target + path);
-      if (!made.exists())
-        made.mkdir();
-      made.setReadable(
-          true); // open to its owner while it is filled, a read-only one too
+      if (!made.exists()) made.mkdir();
+      made.setReadable(true);  // open to its owner while it is filled, a read-only one too
       made.setWritable(true);
       made.setExecutable(true);
       directories.emplace_back(path, status.st_mode);
       std::vector<File> entries;
       File(source + path).listFiles(entries);
-      for (const File &entry : entries)
-        meet(path + "/" + entry.getPath()); // bare names
+      for (const File &entry : entries) meet(path + "/" + entry.getPath());  // bare names
     });
   }
 
   void meet(const std::string &path) {
-    struct stat status; // of a link itself, which a File would follow
+    struct stat status;  // of a link itself, which a File would follow
     const bool known = lstat((source + path).c_str(), &status) == 0;
-    if (known && S_ISDIR(status.st_mode))
-      return enter(path);
-    if (!known || !S_ISREG(status.st_mode) ||
-        path.compare(0, recordName.size(), recordName) == 0) {
+    if (known && S_ISDIR(status.st_mode)) return enter(path);
+    if (!known || !S_ISREG(status.st_mode) || path.compare(0, recordName.size(), recordName) == 0) {
       return progress.note("left out: " + source + path, false);
     }
-    if (before.getProperty(path) == stateOf(status) &&
-        File(target + path).exists()) {
+    if (before.getProperty(path) == stateOf(status) && File(target + path).exists()) {
       after.setProperty(path, stateOf(status));
       ++progress.unchanged;
       return;
     }
-    std::unique_ptr<CopyRequest> copy(
-        new CopyRequest(priorityOf(path, status), path, status));
+    std::unique_ptr<CopyRequest> copy(new CopyRequest(priorityOf(path, status), path, status));
     queue.push(static_cast<unsigned int>(progress.expected++), copy.get());
     copy.release();
   }
 
-  unsigned int priorityOf(const std::string &path,
-                          const struct stat &status) const {
+  unsigned int priorityOf(const std::string &path, const struct stat &status) const {
     for (const auto &rule : settings.rules) {
       const std::size_t size = rule.first.size();
-      if (path.size() >= size &&
-          path.compare(path.size() - size, size, rule.first) == 0) {
+      if (path.size() >= size && path.compare(path.size() - size, size, rule.first) == 0) {
         return rule.second;
       }
     }
@@ -405,15 +356,11 @@ private:
     for (;;) {
       unsigned int number;
       PriorRequest *const request = requests.recvWaitAndDequeue(number);
-      if (number == endOfWork)
-        return;
-      const std::unique_ptr<CopyRequest> copy(
-          static_cast<CopyRequest *>(request));
+      if (number == endOfWork) return;
+      const std::unique_ptr<CopyRequest> copy(static_cast<CopyRequest *>(request));
       const int slot = progress.begin(copy->path);
-      const bool copied =
-          attempt(copy->path, [&] { copyFile(*copy, partials[slot]); });
-      if (!copied)
-        unlink(partials[slot].c_str());
+      const bool copied = attempt(copy->path, [&] { copyFile(*copy, partials[slot]); });
+      if (!copied) unlink(partials[slot].c_str());
       progress.end(slot, copy->status.st_size, copied);
     }
   }
@@ -436,61 +383,48 @@ private:
   Progress progress{settings.workers};
   RequestQueue queue{copyKey, 0};
   std::vector<std::pair<std::string, mode_t>> directories;
-  CppProperties before; // the record as it was found
+  CppProperties before;  // the record as it was found
   std::mutex afterMutex;
-  CppProperties after; // the record as it will be, guarded by the mutex while
-                       // threads work
+  CppProperties after;  // the record as it will be, guarded by the mutex while
+                        // threads work
 };
 
 // The absolute path of what need not exist yet, in a directory that does.
 std::string absolutePath(std::string path) {
-  while (path.size() > 1 && path.back() == '/')
-    path.pop_back();
-  if (File(path).exists())
-    return File(path).getAbsolutePath();
+  while (path.size() > 1 && path.back() == '/') path.pop_back();
+  if (File(path).exists()) return File(path).getAbsolutePath();
   const std::size_t name = path.rfind('/') + 1;
-  return File(name == 0 ? "." : path.substr(0, name)).getAbsolutePath() + "/" +
-         path.substr(name);
+  return File(name == 0 ? "." : path.substr(0, name)).getAbsolutePath() + "/" + path.substr(name);
 }
 
 int refuse(const std::string &line) {
-  std::fprintf(
-      stderr,
-      "mirror: %s\nusage: mirror [-c CONFIG] [-j WORKERS] SOURCE TARGET\n",
-      line.c_str());
+  std::fprintf(stderr, "mirror: %s\nusage: mirror [-c CONFIG] [-j WORKERS] SOURCE TARGET\n",
+               line.c_str());
   return 2;
 }
 
-} // namespace
+}  // namespace
 
 int main(int argc, char **argv) try {
   Settings settings;
   std::string workers;
   opterr = 0;
   for (int option; (option = getopt(argc, argv, "c:j:")) != -1;) {
-    if (option == '?')
-      return refuse(std::string("unknown option or no value: -") +
-                    char(optopt));
-    if (option == 'c')
-      settings.load(optarg);
-    if (option == 'j')
-      workers = optarg;
+    if (option == '?') return refuse(std::string("unknown option or no value: -") + char(optopt));
+    if (option == 'c') settings.load(optarg);
+    if (option == 'j') workers = optarg;
   }
-  if (!workers.empty())
-    settings.workers = numberIn(workers, 1, maxWorkers, "-j");
-  if (argc - optind != 2)
-    return refuse("needs a SOURCE and a TARGET");
+  if (!workers.empty()) settings.workers = numberIn(workers, 1, maxWorkers, "-j");
+  if (argc - optind != 2) return refuse("needs a SOURCE and a TARGET");
 
   const std::string source = File(argv[optind]).getAbsolutePath();
-  if (!File(source).isDirectory())
-    return refuse(source + " is no directory");
+  if (!File(source).isDirectory()) return refuse(source + " is no directory");
   const std::string target = absolutePath(argv[optind + 1]);
   const std::string within = source == "/" ? source : source + "/";
   if ((target + "/").compare(0, within.size(), within) == 0) {
     return refuse(target + " is inside " + source);
   }
-  if (!File(target).exists())
-    File(target).mkdir();
+  if (!File(target).exists()) File(target).mkdir();
   return Mirror(source, target, settings).run();
 } catch (const std::exception &error) {
   return refuse(error.what());
