@@ -57,6 +57,13 @@ class Limit {
   rlimit before;
 };
 
+#ifdef __SANITIZE_ADDRESS__
+// It takes the frames that a cancelled thread has left for overflowing variables.
+constexpr bool mayCancel = false;
+#else
+constexpr bool mayCancel = true;
+#endif
+
 void* inThread(void* action) {
   (*static_cast<std::function<void()>*>(action))();
   pthread_testcancel();
@@ -249,6 +256,7 @@ TEST_F(FileTest, FlushesAndClosesWhereItShould) {
     act(false);
     kept.clear();
     EXPECT_EQ(before, openDescriptors()) << c.name;
+    if (!mayCancel) continue;
     pthread_t thread;
     void* result;
     std::function<void()> cancelled = [&] { act(true); };
@@ -262,6 +270,7 @@ TEST_F(FileTest, FlushesAndClosesWhereItShould) {
 }
 
 TEST_F(FileTest, ClosesItsDestinationWhenCancelled) {
+  if (!mayCancel) GTEST_SKIP();
   mkfifo("source", 0666);
   mkfifo("dest", 0666);
   File source("source"), dest("dest");
