@@ -78,26 +78,6 @@ TEST(RequestSequence, KeepsTheOrderOfAPlainModel) {
   }
 }
 
-TEST(RequestSequence, AFailedInsertionChangesNothing) {
-  PriorRequest request(0, 0);
-  for (const bool keepFront : {false, true}) {
-    RequestSequence sequence;
-    Model model;
-    std::minstd_rand random(8);
-    int failures = 0;
-    for (int i = 0; i < 3000; ++i) {
-      const PRequest element = {static_cast<unsigned int>(random()), &request};
-      const auto size = sequence.size();
-      const bool behindFront = keepFront && size > 0;
-      failures += allocations::failEach([&] { sequence.insert(element, behindFront); },
-                                        [&] { EXPECT_EQ(size, sequence.size()); });
-      model.insert(element, behindFront);
-    }
-    EXPECT_GT(failures, 50);
-    expectEqual(sequence, model, keepFront ? "front kept" : "ordered");
-  }
-}
-
 // In order or against it, behind a full block or a front to keep: no stream of
 // insertions leaves blocks that are all but empty.
 TEST(RequestSequence, MemoryFollowsWhatWaits) {
