@@ -1,10 +1,9 @@
 // mirror [-c CONFIG] [-j WORKERS] SOURCE TARGET
 //
 // Copies a directory tree and, run again, what has changed in SOURCE since. The
-// main thread walks SOURCE and makes a request of each file; WORKERS threads
-// take them from one queue, the most urgent first. A file appears under its
-// name only when it is whole, so that mirror may be interrupted and run again
-// at any time.
+// main thread walks SOURCE and makes a request of each file; WORKERS threads take
+// them from one queue, the most urgent first. A file appears under its name only
+// when it is whole, so that mirror may be interrupted and run again at any time.
 //
 // CONFIG is a properties file: workers=NUMBER, verify=on or off, rules=FILE, a
 // table of file name suffix and priority, 0 being the first. Files that no rule
@@ -18,7 +17,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
-#include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -58,13 +56,12 @@ constexpr int lastRule = 999;                 // the largest priority that a rul
 const std::string recordName = "/.mirror";
 const std::string partialName = "/.mirror.part-";
 
-[[noreturn]] void fail(const std::string &what, const std::string &why) {
+[[noreturn]] void fail(const std::string& what, const std::string& why) {
   throw std::runtime_error(what + ": " + why);
 }
 
-// The number that `text` is, from `least` to `most`; `what` is named if it is
-// none.
-int numberIn(const std::string &text, int least, int most, const std::string &what) {
+// The number that `text` is, from `least` to `most`; `what` is named if it is none.
+int numberIn(const std::string& text, int least, int most, const std::string& what) {
   CppProperties number;
   number.setProperty("", text);
   const std::int64_t value = number.getInt("");
@@ -80,11 +77,11 @@ struct Settings {
   bool verify = false;
   std::vector<std::pair<std::string, unsigned int>> rules;
 
-  void load(const std::string &file) {
+  void load(const std::string& file) {
     CppProperties config;
     try {
       config.load(file);
-    } catch (const VIMOException &error) {
+    } catch (const VIMOException& error) {
       fail(file, error.code == 0x1E0001 ? "cannot be opened" : "cannot be read");
     }
     if (config.exist("workers")) {
@@ -97,7 +94,7 @@ struct Settings {
     if (config.exist("rules")) loadRules(file, config.getProperty("rules"));
   }
 
-  void loadRules(const std::string &config, const std::string &name) {
+  void loadRules(const std::string& config, const std::string& name) {
     // A relative name is meant from where the configuration lies.
     const std::string file = name[0] == '/' ? name : config.substr(0, config.rfind('/') + 1) + name;
     CommaSeparatedValues table;
@@ -106,7 +103,7 @@ struct Settings {
       if (table.columnCount(i) == 0) continue;  // blank, as is what follows the last newline
       const std::string row = config + ": rules: " + file + ": row " + std::to_string(i + 1);
       if (table.columnCount(i) != 2) fail(row, "takes a suffix and a priority");
-      const std::vector<std::string> &cells = table[i]->cells;
+      const std::vector<std::string>& cells = table[i]->cells;
       rules.emplace_back(cells[0], numberIn(cells[1], 0, lastRule, row));
     }
   }
@@ -118,9 +115,8 @@ class Progress {
  public:
   explicit Progress(int workers) : freeSlots(~std::uint64_t{0} >> (64 - workers)), paths(workers) {}
 
-  // The lowest free slot, from now on `path`'s: no more are at work than there
-  // are.
-  int begin(const std::string &path) {
+  // The lowest free slot, from now on `path`'s: no more are at work than there are.
+  int begin(const std::string& path) {
     std::lock_guard<std::mutex> lock(mutex);
     const int slot = ntz_hash64(freeSlots);
     freeSlots &= freeSlots - 1;
@@ -136,11 +132,11 @@ class Progress {
     if (!terminal || clock.getCounter() < nextShow) return;
     nextShow = clock.calcCounter(100);
     wipe();
-    for (const std::string &path : paths) std::fprintf(stderr, "  %.76s\n", path.c_str());
+    for (const std::string& path : paths) std::fprintf(stderr, "  %.76s\n", path.c_str());
     std::fprintf(stderr, "%ju of %ju files, %ju bytes\n", files, expected, bytes);
     shownLines = static_cast<int>(paths.size()) + 1;
   }
-  void note(const std::string &line, bool failure) {
+  void note(const std::string& line, bool failure) {
     std::lock_guard<std::mutex> lock(mutex);
     wipe();
     std::fprintf(stderr, "mirror: %s\n", line.c_str());
@@ -152,7 +148,7 @@ class Progress {
     const double seconds = std::max<std::int64_t>(clock.getCounter() - start, 1) / 1e6;
     std::printf("%ju files, %ju bytes, %.2f s, %.1f MB/s; %ju unchanged\n", files, bytes, seconds,
                 bytes / seconds / 1e6, unchanged);
-    return failures == 0 ? 0 : 1;
+    return std::fflush(stdout) == 0 && failures == 0 ? 0 : 1;
   }
 
   std::uintmax_t expected = 0;  // these two are the walk's, which ends before the work starts
@@ -175,37 +171,25 @@ class Progress {
   std::uintmax_t files = 0, bytes = 0, failures = 0;
 };
 
-// Where each slot builds its file: global, so that the handler of a signal
-// finds them.
-std::vector<std::string> partials;
-
-void removePartials() {
-  for (const std::string &partial : partials) unlink(partial.c_str());
-}
-
-void removePartialsAndDie(int signal) {
-  removePartials();
-  std::signal(signal, SIG_DFL);
-  std::raise(signal);
-}
-
-// A File opens what it copies or compares for writing too; what may only be
-// read goes through streams.
-void copyContent(const std::string &from, const std::string &to) {
+// A File opens what it copies or compares for writing too; what may only be read
+// goes through streams.
+void copyContent(const std::string& from, const std::string& to) {
   File source(from), target(to);
   if (source.canWrite()) {
-    if (source.copyTo(target) == -1) fail(from, "it or its copy cannot be opened");
+    if (source.copyTo(target) == -1) throw std::runtime_error("it or its copy cannot be opened");
     return;
   }
   std::ifstream in(from, std::ios::binary);
   std::ofstream out(to, std::ios::binary);
-  if (!in) fail(from, "cannot be opened");
-  if (in.peek() != std::ifstream::traits_type::eof()) out << in.rdbuf();
+  if (!in) throw std::runtime_error("cannot be opened");
+  // Not out << in.rdbuf(), which does not tell when the disk is full.
+  std::vector<char> block(1 << 16);
+  while (in.read(block.data(), block.size()), in.gcount() > 0) out.write(block.data(), in.gcount());
   out.close();
-  if (in.bad() || !out) fail(from, "cannot be copied");
+  if (in.bad() || !out) throw std::runtime_error("cannot be copied");
 }
 
-bool equalContent(const std::string &from, const std::string &to) {
+bool equalContent(const std::string& from, const std::string& to) {
   File source(from), target(to);  // fresh ones, which start at the start
   if (source.canWrite()) return source.compareTo(target) == 0;
   std::ifstream a(from, std::ios::binary), b(to, std::ios::binary);
@@ -215,7 +199,7 @@ bool equalContent(const std::string &from, const std::string &to) {
 
 // A file to copy. The queue borrows it; the worker that takes it destroys it.
 struct CopyRequest : PriorRequest {
-  CopyRequest(unsigned int priority, std::string path, const struct stat &status)
+  CopyRequest(unsigned int priority, std::string path, const struct stat& status)
       : PriorRequest(0, priority), path(std::move(path)), status(status) {}
   const std::string path;    // below SOURCE, and so below TARGET
   const struct stat status;  // as the walk met it
@@ -223,29 +207,29 @@ struct CopyRequest : PriorRequest {
 
 class Mirror {
  public:
-  Mirror(std::string source, std::string target, const Settings &settings)
-      : source(std::move(source)), target(std::move(target)), settings(settings) {}
+  Mirror(std::string source, std::string target, bool targetIsNew, const Settings& settings)
+      : source(std::move(source)),
+        target(std::move(target)),
+        targetIsNew(targetIsNew),
+        settings(settings) {}
 
   int run() {
-    for (int i = 0; i < maxWorkers; ++i)
-      partials.push_back(target + partialName + std::to_string(i));
-    removePartials();  // what a run that was killed has left
-    std::signal(SIGINT, removePartialsAndDie);
-    std::signal(SIGTERM, removePartialsAndDie);
     umask(077);  // a copy is for nobody else until it has its mode
+    // What a run that was killed has left.
+    for (int i = 0; i < maxWorkers; ++i) unlink(partial(i).c_str());
     loadRecord();
     enter("");
 
     // Behind every file: one end for each worker.
     std::vector<PriorRequest> ends(settings.workers, PriorRequest(0, UINT_MAX));
-    for (PriorRequest &end : ends) queue.push(endOfWork, &end);
+    for (PriorRequest& end : ends) queue.push(endOfWork, &end);
     std::vector<std::thread> threads;
     try {
       for (int i = 0; i < settings.workers; ++i) threads.emplace_back([this] { work(); });
-    } catch (const std::system_error &) {
+    } catch (const std::system_error&) {
       if (threads.empty()) throw;  // fewer will do
     }
-    for (std::thread &thread : threads) thread.join();
+    for (std::thread& thread : threads) thread.join();
 
     saveRecord();
     for (auto directory = directories.rbegin(); directory != directories.rend(); ++directory) {
@@ -255,25 +239,27 @@ class Mirror {
   }
 
  private:
-  // Runs `action`; what it throws becomes a line that names what lies at
-  // `path`.
+  // Runs `action`; what it throws becomes a line that names what lies at `path`.
   template <class Action>
-  bool attempt(const std::string &path, Action action) try {
+  bool attempt(const std::string& path, Action action) try {
     action();
     return true;
-  } catch (const std::exception &error) {
+  } catch (const std::exception& error) {
     progress.note(source + path + ": " + error.what(), true);
     return false;
   }
 
-  // The setters of a File know the owner and everyone, but no group.
-  static void setMode(const std::string &path, mode_t mode) {
-    if (chmod(path.c_str(), mode & 07777) != 0) fail("mode cannot be set", std::strerror(errno));
+  // Where a slot builds its file: in TARGET itself.
+  std::string partial(int slot) const { return target + partialName + std::to_string(slot); }
+
+  // The setters of a File know the owner and everyone, but no group. A copy has another owner
+  // than its source may have, whose rights it must not lend.
+  static void setMode(const std::string& path, mode_t mode) {
+    if (chmod(path.c_str(), mode & 0777) != 0) fail("its mode", std::strerror(errno));
   }
 
-  // The record: the path of each file, and what its source was like when it was
-  // copied.
-  static std::string stateOf(const struct stat &status) {
+  // The record: the path of each file, and what its source was like when it was copied.
+  static std::string stateOf(const struct stat& status) {
     std::ostringstream state;
     state << status.st_size << ' ' << status.st_mode << ' ' << status.st_mtim.tv_sec << '.'
           << status.st_mtim.tv_nsec;
@@ -295,38 +281,39 @@ class Mirror {
 
   void saveRecord() {
     attempt(recordName, [this] {
-      std::ofstream out(partials[0], std::ios::binary);
+      std::ofstream out(partial(0), std::ios::binary);
       after.save(out);
       out.close();
-      if (!out) fail(partials[0], "cannot be written");
+      if (!out) throw std::runtime_error("the record cannot be written");
       File record(target + recordName);
-      File(partials[0]).renameTo(record);
+      File(partial(0)).renameTo(record);
     });
   }
 
-  // The walk: makes the directories of TARGET and queues a request for each
-  // file.
-  void enter(const std::string &path) {
+  // The walk: makes the directories of TARGET and queues a request for each file.
+  void enter(const std::string& path) {
     attempt(path, [&] {
       struct stat status;
-      if (stat((source + path).c_str(), &status) != 0) fail("stat", std::strerror(errno));
+      if (stat((source + path).c_str(), &status) != 0) throw std::runtime_error("went away");
       File made(target + path);
       if (!made.exists()) made.mkdir();
+      if (targetIsNew || !path.empty()) directories.emplace_back(path, status.st_mode);
       made.setReadable(true);  // open to its owner while it is filled, a read-only one too
       made.setWritable(true);
       made.setExecutable(true);
-      directories.emplace_back(path, status.st_mode);
       std::vector<File> entries;
       File(source + path).listFiles(entries);
-      for (const File &entry : entries) meet(path + "/" + entry.getPath());  // bare names
+      for (const File& entry : entries) meet(path + "/" + entry.getPath());  // bare names
     });
   }
 
-  void meet(const std::string &path) {
+  void meet(const std::string& path) {
     struct stat status;  // of a link itself, which a File would follow
-    const bool known = lstat((source + path).c_str(), &status) == 0;
-    if (known && S_ISDIR(status.st_mode)) return enter(path);
-    if (!known || !S_ISREG(status.st_mode) || path.compare(0, recordName.size(), recordName) == 0) {
+    if (lstat((source + path).c_str(), &status) != 0) {
+      return progress.note(source + path + ": " + std::strerror(errno), true);
+    }
+    if (S_ISDIR(status.st_mode)) return enter(path);
+    if (!S_ISREG(status.st_mode) || path == recordName || path.find(partialName) == 0) {
       return progress.note("left out: " + source + path, false);
     }
     if (before.getProperty(path) == stateOf(status) && File(target + path).exists()) {
@@ -339,8 +326,8 @@ class Mirror {
     copy.release();
   }
 
-  unsigned int priorityOf(const std::string &path, const struct stat &status) const {
-    for (const auto &rule : settings.rules) {
+  unsigned int priorityOf(const std::string& path, const struct stat& status) const {
+    for (const auto& rule : settings.rules) {
       const std::size_t size = rule.first.size();
       if (path.size() >= size && path.compare(path.size() - size, size, rule.first) == 0) {
         return rule.second;
@@ -355,20 +342,20 @@ class Mirror {
     RequestQueue requests(copyKey, 0);
     for (;;) {
       unsigned int number;
-      PriorRequest *const request = requests.recvWaitAndDequeue(number);
+      PriorRequest* const request = requests.recvWaitAndDequeue(number);
       if (number == endOfWork) return;
-      const std::unique_ptr<CopyRequest> copy(static_cast<CopyRequest *>(request));
+      const std::unique_ptr<CopyRequest> copy(static_cast<CopyRequest*>(request));
       const int slot = progress.begin(copy->path);
-      const bool copied = attempt(copy->path, [&] { copyFile(*copy, partials[slot]); });
-      if (!copied) unlink(partials[slot].c_str());
+      const bool copied = attempt(copy->path, [&] { copyFile(*copy, partial(slot)); });
+      if (!copied) unlink(partial(slot).c_str());
       progress.end(slot, copy->status.st_size, copied);
     }
   }
 
-  void copyFile(const CopyRequest &copy, const std::string &partial) {
+  void copyFile(const CopyRequest& copy, const std::string& partial) {
     copyContent(source + copy.path, partial);
     if (settings.verify && !equalContent(source + copy.path, partial)) {
-      fail("verify", "the copy differs");
+      throw std::runtime_error("its copy differs");
     }
     setMode(partial, copy.status.st_mode);
     File whole(target + copy.path);
@@ -379,14 +366,14 @@ class Mirror {
 
   const std::string source;
   const std::string target;
-  const Settings &settings;
+  const bool targetIsNew;  // else it keeps its mode
+  const Settings& settings;
   Progress progress{settings.workers};
   RequestQueue queue{copyKey, 0};
   std::vector<std::pair<std::string, mode_t>> directories;
   CppProperties before;  // the record as it was found
   std::mutex afterMutex;
-  CppProperties after;  // the record as it will be, guarded by the mutex while
-                        // threads work
+  CppProperties after;  // the record as it will be, guarded by the mutex while threads work
 };
 
 // The absolute path of what need not exist yet, in a directory that does.
@@ -394,10 +381,12 @@ std::string absolutePath(std::string path) {
   while (path.size() > 1 && path.back() == '/') path.pop_back();
   if (File(path).exists()) return File(path).getAbsolutePath();
   const std::size_t name = path.rfind('/') + 1;
-  return File(name == 0 ? "." : path.substr(0, name)).getAbsolutePath() + "/" + path.substr(name);
+  File directory(name == 0 ? "." : path.substr(0, name));
+  if (!directory.exists()) fail(directory.getPath(), "there is no such directory");
+  return directory.getAbsolutePath() + "/" + path.substr(name);
 }
 
-int refuse(const std::string &line) {
+int refuse(const std::string& line) {
   std::fprintf(stderr, "mirror: %s\nusage: mirror [-c CONFIG] [-j WORKERS] SOURCE TARGET\n",
                line.c_str());
   return 2;
@@ -405,27 +394,32 @@ int refuse(const std::string &line) {
 
 }  // namespace
 
-int main(int argc, char **argv) try {
+int main(int argc, char** argv) try {
   Settings settings;
-  std::string workers;
+  const char* workers = nullptr;
   opterr = 0;
   for (int option; (option = getopt(argc, argv, "c:j:")) != -1;) {
     if (option == '?') return refuse(std::string("unknown option or no value: -") + char(optopt));
     if (option == 'c') settings.load(optarg);
     if (option == 'j') workers = optarg;
   }
-  if (!workers.empty()) settings.workers = numberIn(workers, 1, maxWorkers, "-j");
-  if (argc - optind != 2) return refuse("needs a SOURCE and a TARGET");
+  if (workers) settings.workers = numberIn(workers, 1, maxWorkers, "-j");
+  if (argc - optind != 2 || !*argv[optind] || !*argv[optind + 1]) {
+    return refuse("needs a SOURCE and a TARGET");
+  }
 
-  const std::string source = File(argv[optind]).getAbsolutePath();
-  if (!File(source).isDirectory()) return refuse(source + " is no directory");
+  const std::string source = absolutePath(argv[optind]);
   const std::string target = absolutePath(argv[optind + 1]);
   const std::string within = source == "/" ? source : source + "/";
   if ((target + "/").compare(0, within.size(), within) == 0) {
     return refuse(target + " is inside " + source);
   }
-  if (!File(target).exists()) File(target).mkdir();
-  return Mirror(source, target, settings).run();
-} catch (const std::exception &error) {
+  const bool targetIsNew = !File(target).exists();
+  if (!File(source).exists() || !File(source).isDirectory())
+    return refuse(source + " is no directory");
+  if (targetIsNew) File(target).mkdir();
+  if (!File(target).isDirectory()) return refuse(target + " is no directory");
+  return Mirror(source, target, targetIsNew, settings).run();
+} catch (const std::exception& error) {
   return refuse(error.what());
 }

@@ -64,26 +64,38 @@ rm -r source/taken target/taken source/fifo source/link source/.mirror
 # Without a superuser's power over files: one that may only be read, and one that may not.
 [ "$(id -u)" -ne 0 ] || mirror=(setpriv --bounding-set=-all --inh-caps=-all "$@")
 printf 's' >source/secret && chmod 000 source/secret
+mkdir source/unsearched && : >source/unsearched/file && chmod 644 source/unsearched
 expect 1 '^6 files' 'secret: ' source plain
-expect 1 '^0 files, .*; 6 unchanged' 'secret: ' source plain
-rm source/secret
+expect 1 '^0 files, .*; 6 unchanged' 'unsearched/file: Permission' source plain
+chmod 755 source/unsearched && rm -r source/secret source/unsearched plain/unsearched
 same source plain
 mirror=("$@")
 
 # What is urgent goes first: one worker's copies bear the times of its work.
 printf 'workers=1\nverify=on\nrules=rules.csv # beside this file\n' >config
 printf '.last,20\n#.first,9\n.first,10\n' >rules.csv
-mkdir order && for i in 1.last 2.none 3.first; do head -c "${i%.*}000" /dev/zero >order/$i; done
-expect 0 '^3 files' '^$' -c config order ordered
-[ "$(cd ordered && stat -c '%y %n' -- *.* | sort | cut -d. -f3 | tr '\n' ' ')" = 'first last none ' ] ||
+mkdir order && for i in 1.last 9.none 2.some 3.first; do head -c "${i%.*}000" /dev/zero >order/$i; done
+expect 0 '^4 files' '^$' -c config order ordered
+[ "$(cd ordered && stat -c '%y %n' -- *.* | sort | cut -d. -f3 | tr '\n' ' ')" = 'first last some none ' ] ||
   wrong "order: $(ls -l --full-time ordered)"
+
+# On a disk that fills up, from sources that may only be read: no short file under its name.
+if [ "$(id -u)" -eq 0 ] && mkdir full && mount -t tmpfs -o size=512k none full 2>/dev/null; then
+  mkdir large && for i in 1 2 3 4 5 6 7 8; do head -c 100000 /dev/zero >large/$i && chmod 444 large/$i; done
+  mirror=(setpriv --bounding-set=-all --inh-caps=-all "$@")
+  expect 1 ' files' 'cannot be copied' -j 3 large full/target
+  [ -z "$(find full -type f ! -name '.mirror*' ! -size 100000c)" ] || wrong "cut short: $(ls -l full/target)"
+  mirror=("$@")
+  umount full
+fi
 
 # Interrupted, it leaves whole files only, and goes on from there.
 mkdir many && for i in $(seq 300); do head -c 200000 /dev/zero >many/"$i"; done
 "${mirror[@]}" many cut >/dev/null 2>&1 &
 while [ ! -e cut/7 ] && kill -0 $! 2>/dev/null; do :; done
-kill -INT $! 2>/dev/null
+kill -TERM $! 2>/dev/null  # a shell lets its background jobs ignore SIGINT
 wait $!
+[ $? -eq 143 ] || wrong 'not interrupted'
 [ -z "$(find cut -type f ! -name '.mirror*' ! -size 200000c)" ] || wrong "cut short: $(ls -l cut)"
 expect 0 ' files' '^$' many cut
 same many cut
@@ -96,13 +108,14 @@ while read -r pattern arguments; do
 done <<'CASES'
 is_inside source source/deep/new
 is_inside source source
-absent absent target
+absent_is_no_directory absent target
 no_directory out target
-getAbsPath_of_missing source missing/target
+no_directory source out
+missing/:_there_is_no source missing/target
+needs_a_SOURCE source
 unknown_option -z source target
 -j:_takes_a_number_from_1_to_64 -j 0 source target
 -j:_takes_a_number_from_1_to_64 -j 4x source target
-SOURCE source
 nofile:_cannot_be_opened -c nofile source target
 source:_cannot_be_read -c source source target
 workers:_workers:_takes -c workers source target
