@@ -22,8 +22,8 @@ using vimo::util::priq::PriorRequest;
 // pushed ones becomes its id; "look" is tryWait, "top", "pop" and "take" the
 // others. Each answer is the priority and the id, "-" for none.
 std::string play(const std::string& steps) {
-  PrioritizedQueue queue(0);
   std::deque<PriorRequest> requests;
+  PrioritizedQueue queue(0);
   std::istringstream in(steps);
   std::string step, answers;
   while (in >> step) {
@@ -99,7 +99,7 @@ TEST(PrioritizedQueue, AFailedAllocationLeavesItAsItWas) {
   for (const bool shown : {false, true}) {
     PrioritizedQueue queue(0);
     std::vector<PriorRequest> requests;
-    for (unsigned int i = 0; i < 500; ++i) requests.emplace_back(0, i * 7919 % 1000);
+    for (unsigned int i = 0; i < 2000; ++i) requests.emplace_back(0, i * 7919 % 1000);
     int failures = 0;
     unsigned int id;
     for (PriorRequest& request : requests) {
@@ -115,7 +115,9 @@ TEST(PrioritizedQueue, AFailedAllocationLeavesItAsItWas) {
                      [](PriorRequest* a, PriorRequest* b) { return a->priority < b->priority; });
     for (PriorRequest* request : order) EXPECT_EQ(request, queue.recvWaitAndDequeue(id));
     EXPECT_EQ(nullptr, queue.tryWait(id));
+    for (PriorRequest* request : order) queue.push(request);
   }
+  EXPECT_EQ(before, allocations::live());
 }
 
 void* look(void* queue) {

@@ -10,8 +10,15 @@
 
 namespace {
 
+using vimo::util::priq::PrioritizedQueue;
+using vimo::util::priq::PriorRequest;
+
 int locksHeld;
 std::string wakeups;  // a letter each: B under a lock, b without one, s a signal
+int waits;            // that ended, the third of them by a push
+int destroyed;
+PrioritizedQueue* awaited;
+PriorRequest request(0, 5);
 
 }  // namespace
 
@@ -22,15 +29,29 @@ int pthread_cond_broadcast(pthread_cond_t*) noexcept {
   return wakeups += locksHeld > 0 ? 'B' : 'b', 0;
 }
 int pthread_cond_signal(pthread_cond_t*) noexcept { return wakeups += 's', 0; }
+int pthread_cond_wait(pthread_cond_t*, pthread_mutex_t*) {
+  if (++waits == 3) awaited->push(&request);
+  return 0;
+}
+int pthread_mutex_destroy(pthread_mutex_t*) noexcept { return ++destroyed, 0; }
+int pthread_cond_destroy(pthread_cond_t*) noexcept { return ++destroyed, 0; }
 }
 
 namespace {
 
-using vimo::util::priq::PrioritizedQueue;
-using vimo::util::priq::PriorRequest;
+TEST(Wakeups, AWaitLooksAgainAndADestructorLeavesTheLocksAlone) {
+  for (const bool take : {false, true}) {
+    PrioritizedQueue queue(0);
+    awaited = &queue;
+    waits = destroyed = 0;
+    unsigned int id;
+    EXPECT_EQ(&request, take ? queue.recvWaitAndDequeue(id) : queue.top(id)) << take;
+    EXPECT_EQ(3, waits) << take;
+  }
+  EXPECT_EQ(0, destroyed);
+}
 
 TEST(Wakeups, OneBroadcastUnderTheLockWhenAPushEndsEmptiness) {
-  PriorRequest request(0, 5);
   // + push, ? tryWait, ^ top, - pop, = recvWaitAndDequeue
   const struct {
     const char* steps;
@@ -46,20 +67,13 @@ TEST(Wakeups, OneBroadcastUnderTheLockWhenAPushEndsEmptiness) {
     for (const char* step = c.steps; *step; ++step) {
       unsigned int id;
       switch (*step) {
-        case '+':
-          queue.push(&request);
-          break;
-        case '?':
-          queue.tryWait(id);
-          break;
-        case '^':
-          queue.top(id);
-          break;
-        case '-':
-          queue.pop();
-          break;
-        default:
-          queue.recvWaitAndDequeue(id);
+        // clang-format off
+        case '+': queue.push(&request); break;
+        case '?': queue.tryWait(id); break;
+        case '^': queue.top(id); break;
+        case '-': queue.pop(); break;
+        default: queue.recvWaitAndDequeue(id);
+          // clang-format on
       }
       EXPECT_EQ(0, locksHeld) << c.steps;
     }

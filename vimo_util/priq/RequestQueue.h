@@ -12,9 +12,9 @@ namespace priq {
 // A handle on the queue of a key: all handles of one key share one queue.
 //
 // Lifetime   the queue outlives every handle, with the requests that wait in
-//            it. A handle may be made until static objects are destroyed, and
-//            used to the very end of the process.
-// Threads    every operation is safe from any thread.
+//            it. A handle may be copied, made until the manager is destroyed at
+//            process exit, and used to the very end of the process.
+// Threads    every operation is safe from any thread; an assignment is not.
 // Errors     std::bad_alloc from the constructor and from push().
 //
 // The operations are those of PrioritizedQueue, which says what each does.

@@ -20,12 +20,12 @@ struct PRequest {
 // The waiting requests of a queue in order: a sorted sequence of sorted blocks.
 //
 // An insertion looks for its block in an index of the blocks and for its place
-// in that block, both by binary search, and moves at most half of the block. A
-// removal takes the front and moves a position.
+// in that block, both by binary search, and moves at most the one block. A removal
+// takes the front and moves a position.
 //
-// Memory  none before the first insertion; one block and a small index stay when
-//         the last element has left. All blocks but the last are at least half
-//         full when made.
+// Memory  none before the first insertion; at most one block and a small index
+//         stay when the last element has left. All blocks but the last are at
+//         least half full when made.
 // Errors  std::bad_alloc from insert() only; it leaves the sequence as it was.
 class RequestSequence {
  public:

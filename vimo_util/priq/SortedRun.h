@@ -10,12 +10,13 @@ namespace util {
 namespace priq {
 
 // A room of fixed size for plain values that have a `priority`, kept in its
-// order. The values lie in one piece with free room on both sides: a removal at
-// the front moves an index, an insertion moves the shorter side by one slot.
+// order. The values lie in one piece, with the free room on both sides of it: a
+// removal at the front moves an index, an insertion moves by one slot the shorter
+// of the sides that have room.
 template <class Slot>
 class SortedRun {
  public:
-  explicit SortedRun(std::size_t capacity) : room(capacity), first(0), last(0) {}
+  explicit SortedRun(std::size_t capacity) noexcept : room(capacity), first(0), last(0) {}
   SortedRun(const SortedRun&) = delete;
   SortedRun& operator=(const SortedRun&) = delete;
 
@@ -25,7 +26,6 @@ class SortedRun {
     return ::operator new(size + capacity * sizeof(Slot));
   }
   static void operator delete(void* memory) { ::operator delete(memory); }
-  static void operator delete(void* memory, std::size_t) { ::operator delete(memory); }
 
   std::size_t size() const { return last - first; }
   bool empty() const { return first == last; }
@@ -52,8 +52,9 @@ class SortedRun {
 
   // Puts `slot` before position `at`. The run must not be full.
   void insert(std::size_t at, Slot slot) {
-    if (last == room) slideToStart();
-    if (first > 0 && at < size() - at) {
+    const bool nearFront = first > 0 && at < size() - at;
+    if (last == room && !nearFront) slideToStart();
+    if (nearFront) {
       std::memmove(slots() + first - 1, slots() + first, at * sizeof(Slot));
       --first;
     } else {
