@@ -1,0 +1,259 @@
+// The stored forms: what each holds, byte by byte, and what it owes to a client
+// when a stream, a file, the memory or a thread gives up in the middle. The fuzz
+// targets compare the readers with models of their rules on far more input.
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <set>
+#include <sstream>
+#include <thread>
+
+#include "config/outcome.h"
+#include "support/Allocations.h"
+
+namespace {
+
+using vimo::util::config::CommaSeparatedValues;
+using vimo::util::config::CppProperties;
+using namespace std::string_literals;
+
+TEST(PropertiesText, ReadsLines) {
+  const struct {
+    std::string text, cut, kept = cut;  // what it gives without and with keepInlineHash
+  } cases[] = {{"", ""},      {"a=b", "a>b;"},         {"a b = c d", "a b>c d;"},
+               {"#a=b", ""},  {"  a =  b  ", "a>b;"},  {"b=1\na=2\nb=", "a>2;b>;"},
+               {"\na\n", ""}, {" #a=b", "", "#a>b;"},  {"a\t=b\r\n", "a\t>b\r;"},
+               {"=b", ">b;"}, {"a#b=c", "", "a#b>c;"}, {"a=b#c", "a>b;", "a>b#c;"},
+               {" = ", ">;"}, {"a=b=c", "a>b=c;"},     {"a = b # c", "a>b;", "a>b # c;"}};
+  for (const auto& c : cases) {
+    for (const bool kept : {false, true}) {
+      std::istringstream in(c.text);
+      CppProperties properties(kept);
+      properties.read(in);
+      EXPECT_EQ(kept ? c.kept : c.cut, dump(properties)) << c.text << kept;
+    }
+  }
+}
+
+// Has room for some bytes and counts flushes.
+struct Narrow : std::streambuf {
+  explicit Narrow(std::size_t room) : bytes(room, '.') { setp(&bytes[0], &bytes[0] + room); }
+  int sync() override { return ++flushes, 0; }
+  std::string bytes;
+  int flushes = 0;
+};
+
+TEST(CppProperties, WritesBothFormsIntoWhatRoomThereIs) {
+  const std::string text = "  a=\nb==#\n \n...............";  // the width is for what comes first
+  const std::string binary = "\1\0\0\0a\0\0\0\0\1\0\0\0b\4\0\0\0=#\n ....."s;
+  CppProperties properties;
+  properties.setProperty("b", "=#\n ");
+  properties.setProperty("a", "");
+  for (std::size_t room = 0; room <= binary.size(); ++room) {
+    Narrow lines(room), records(room);
+    std::ostream out(&lines), save(&records);
+    out.width(3);
+    properties.write(out);
+    properties.save(save);
+    EXPECT_EQ(text.substr(0, room), lines.bytes);
+    EXPECT_EQ((room >= 5) + (room >= 12), lines.flushes) << room;
+    EXPECT_EQ(room < 22, save.bad()) << room;
+    save.setstate(std::ios::failbit);  // from now on nothing more
+    properties.save(save);
+    EXPECT_EQ(binary.substr(0, room), records.bytes);
+  }
+  EXPECT_TRUE(properties.isModified());
+}
+
+TEST(PropertiesBinary, GetsWhatWasPutAndBelievesNoLength) {
+  for (const std::size_t size : {0, 5, 500, 501, 1000, 1001, 70000}) {
+    const std::string text(size, 'x');
+    std::stringstream stream;
+    std::string value = "old";
+    stream.width(9);
+    CppProperties::put(stream, text);
+    CppProperties::get(stream, value);
+    EXPECT_EQ(text, value);
+    stream.write("\377\377\377\377", 4).write(text.data(), size);
+    CppProperties::get(stream, value);
+    EXPECT_EQ(text, value);
+    EXPECT_LT(value.capacity(), 2 * size + 2000);
+  }
+}
+
+// The rows of `text`, once they have moved to another table.
+std::string load(const std::string& text) {
+  std::istringstream in(text);
+  CommaSeparatedValues loaded, table;
+  EXPECT_EQ(&in, &loaded.load(in));
+  table = std::move(loaded);
+  return dump(table);
+}
+
+TEST(CommaSeparatedValues, ReadsTablesAndCutsLinesAsColumnDoes) {
+  const Case tables[] = {{"", ";"},     {"a\n", "[a];;"},     {"a\r\nb\r\n", "[a];[b];;"},
+                         {"\n", ";;"},  {"a\nb", "[a];[b];"}, {"a\n\nb\n", "[a];;[b];;"},
+                         {"#x", ""},    {" #x", "[ #x];"},    {"\"a,b\"' ", "[\"a][b\"' ];"},
+                         {"#x\n", ";"}, {"#x\ny", "[y];"},    {"a\0b,c\n\0#"s, "[a];;"}};
+  for (const Case& c : tables) EXPECT_EQ(c.contents, load(c.input)) << c.input;
+
+  const std::string x(1024, 'x');
+  const Case lines[] = {{"", ""},       {"a,b", "[a][b]"},   {"a,,b", "[a][][b]"},
+                        {"a", "[a]"},   {"a,b,", "[a][b]"},  {"a,b,,", "[a][b][]"},
+                        {",", "[]"},    {"a,b\r", "[a][b]"}, {"x\ry,z", "[x][z]"},
+                        {"\r", ""},     {"a,,\r", "[a][]"},  {"x\r,\rz\r,w", "[x][][w]"},
+                        {",,", "[][]"}, {",a", "[][a]"},     {x + ",\r", "[" + x + "]"}};
+  for (const Case& c : lines) {
+    EXPECT_EQ(c.contents + ";", load(c.input)) << c.input;
+    EXPECT_EQ(c.contents + ";;", load("#" + c.input + "\n" + c.input + "\n")) << c.input;
+    std::istringstream in(c.input);
+    CommaSeparatedValues::Column column;
+    for (const char* before : {"old", ""}) {  // appends, then only drops a last empty cell
+      column.cells.emplace_back(before);
+      column.load(in);
+      EXPECT_EQ("[old]" + c.contents, dump(column.cells)) << c.input;
+    }
+  }
+}
+
+// The forms, each with lines or records and the contents behind each of them.
+struct Text : CppProperties {
+  void take(std::istream& in) { read(in); }
+  const std::vector<Case> sample = {{"b=2\n", "b>2;"}, {"a=1\n", "a>1;b>2;"}};
+};
+struct Binary : CppProperties {
+  void take(std::istream& in) { load(in); }
+  const std::vector<Case> sample = {{"\1\0\0\0b\20\0\0\0 123456789abcdef"s, "b> 123456789abcdef;"},
+                                    {"\1\0\0\0a\0\0\0\0"s, "a>;b> 123456789abcdef;"}};
+};
+struct Table : CommaSeparatedValues {
+  void take(std::istream& in) { load(in); }
+  const std::vector<Case> sample = {{"a,0123456789abcdef\n", "[a][0123456789abcdef];"},
+                                    {"b,,", "[a][0123456789abcdef];[b][];"}};
+};
+
+// Every test gives back the memory that it took.
+struct LeakTest : testing::Test {
+  ~LeakTest() override { EXPECT_EQ(blocks, allocations::live()); }
+  const long blocks = allocations::live();
+};
+template <class Form>
+struct Loading : LeakTest {};
+using Forms = testing::Types<Text, Binary, Table>;
+TYPED_TEST_SUITE(Loading, Forms, );
+
+struct ThrowsAtItsEnd : std::stringbuf {
+  using std::stringbuf::stringbuf;
+  int_type underflow() override { throw VIMOException(7); }
+};
+
+TYPED_TEST(Loading, KeepsWhatWasWholeBeforeAFaultAtAnyByte) {
+  std::string bytes, whole;
+  for (const Case& step : TypeParam().sample) {
+    for (const char next : step.input) {
+      for (const auto mask : {std::ios::goodbit, std::ios::badbit}) {
+        ThrowsAtItsEnd buffer(bytes);
+        std::istream in(&buffer);
+        in.exceptions(mask);
+        TypeParam form;
+        EXPECT_EQ(mask == std::ios::badbit ? 7 : 0, codeOf([&] { form.take(in); })) << bytes;
+        EXPECT_EQ(whole, dump(form)) << bytes;
+        EXPECT_TRUE(in.bad()) << bytes;
+      }
+      bytes += next;
+    }
+    whole = step.contents;
+  }
+}
+
+TYPED_TEST(Loading, LeavesTheStreamsStateAndMaskToTheCaller) {
+  TypeParam form;
+  for (const auto bit : {std::ios::eofbit, std::ios::failbit}) {
+    std::istringstream in(form.sample[0].input), failed(form.sample[0].input);
+    in.exceptions(bit);
+    EXPECT_THROW(form.take(in), std::ios::failure);
+    EXPECT_EQ(form.sample[0].contents, dump(form));
+    failed.setstate(bit);
+    form.take(failed);
+    EXPECT_EQ("", dump(form));
+  }
+}
+
+TYPED_TEST(Loading, KeepsWhatWasWholeWhenMemoryRunsOut) {
+  TypeParam form;
+  std::set<std::string> seen;
+  const auto attempt = [&] {
+    std::istringstream in(form.sample[0].input + form.sample[1].input);
+    form.take(in);
+    if (in.bad()) throw std::bad_alloc();  // which std::getline() says in this way
+  };
+  allocations::failEach(attempt, [&] { seen.insert(dump(form)); });
+  EXPECT_EQ((std::set<std::string>{"", form.sample[0].contents}), seen);
+  EXPECT_EQ(form.sample[1].contents, dump(form));
+}
+
+// A file with one line.
+struct LoadingFiles : LeakTest {
+  LoadingFiles() {
+    EXPECT_EQ(19, write(descriptor, "a=0123456789abcdef\n", 19));
+    close(descriptor);
+  }
+  ~LoadingFiles() override {
+    EXPECT_EQ(descriptor, dup(1)) << "one was left open";
+    close(descriptor);
+    unlink(path.c_str());
+  }
+  std::string path = testing::TempDir() + "loadingXXXXXX";
+  const int descriptor = mkstemp(&path[0]);
+};
+
+TEST_F(LoadingFiles, TellWhyTheyFailed) {
+  CppProperties properties;
+  CommaSeparatedValues table;
+  const struct {
+    std::string path;
+    int code;
+  } cases[] = {{path, 0}, {path + "/no", 0x1E0001}, {"/", 0x1E0002}, {"/proc/self/mem", 0x1E0002}};
+  for (const auto& c : cases) {
+    const bool held = c.code != 0x1E0002;  // by now, or still
+    EXPECT_EQ(c.code, codeOf([&] { properties.load(c.path); })) << c.path;
+    EXPECT_EQ(held ? "a>0123456789abcdef;" : "", dump(properties)) << c.path;
+    EXPECT_EQ(c.code != 0x1E0001, table.load(c.path)) << c.path;
+    EXPECT_EQ(held ? "[a=0123456789abcdef];;" : "", dump(table)) << c.path;
+  }
+  const auto attempt = [&] {
+    const int code = codeOf([&] { properties.load(path); });
+    EXPECT_EQ(allocations::failed() ? 0x1E0002 : 0, code);
+    if (code != 0) throw std::bad_alloc();
+  };
+  EXPECT_LT(0, allocations::failEach(attempt, [] {}));
+}
+
+#ifndef __SANITIZE_ADDRESS__  // which itself fails when a cancelled thread unwinds
+TEST_F(LoadingFiles, CancelledThreadUnwinds) {
+  unlink(path.c_str());
+  ASSERT_EQ(0, mkfifo(path.c_str(), 0600));
+  for (const bool table : {false, true}) {
+    for (const bool opened : {false, true}) {  // it waits in open(), or in read()
+      bool returned = false;
+      std::thread thread([&] {
+        table ? void(CommaSeparatedValues().load(path)) : CppProperties().load(path);
+        returned = true;
+      });
+      const int writer = opened ? open(path.c_str(), O_WRONLY) : -1;
+      int unread = write(writer, "a", 1);
+      while (unread > 0) ioctl(writer, FIONREAD, &unread);
+      pthread_cancel(thread.native_handle());
+      thread.join();
+      close(writer);
+      EXPECT_FALSE(returned) << table << opened;
+    }
+  }
+}
+#endif
+
+}  // namespace
