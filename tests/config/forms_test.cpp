@@ -67,6 +67,15 @@ TEST(CppProperties, WritesBothFormsIntoWhatRoomThereIs) {
     EXPECT_EQ(binary.substr(0, room), records.bytes);
   }
   EXPECT_TRUE(properties.isModified());
+
+  // A string is two writes, which a stream that flushes for each lets be seen.
+  Narrow tied(0), flushed(99);
+  std::ostream other(&tied), save(&flushed);
+  save.tie(&other);
+  save.setf(std::ios::unitbuf);
+  properties.save(save);
+  EXPECT_EQ(8, tied.flushes);
+  EXPECT_EQ(8, flushed.flushes);
 }
 
 TEST(PropertiesBinary, GetsWhatWasPutAndBelievesNoLength) {
