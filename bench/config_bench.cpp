@@ -59,7 +59,7 @@ Contestant<Contents> contestant(const char* name, void (*load)(Object&),
                                 void (*tell)(Object&, Contents&)) {
   return {name,
           [load] {
-            const auto object = std::make_shared<Object>();
+            auto object = std::make_shared<Object>();
             load(*object);
             return object;
           },

@@ -16,7 +16,7 @@ runs() {
 
 cmake --install "$build" --prefix "$work/prefix" >/dev/null
 with_cmake() {
-  cmake -S "$work" -B "$work/$1" -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_SYSTEM_NAME="$system" "$2" >/dev/null
+  cmake -G Ninja -S "$work" -B "$work/$1" -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_SYSTEM_NAME="$system" "$2" >/dev/null
   cmake --build "$work/$1" >/dev/null
 }
 with_cmake package "-Dvimo_util_DIR=$(dirname "$(find "$work/prefix" -name vimo_utilConfig.cmake)")"

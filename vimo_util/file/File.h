@@ -50,7 +50,10 @@ class VIMO_UTIL_API File {
   }
   virtual ~File() { closeHeld(true); }
 
-  File& operator=(const File& other) { return this == &other ? *this : *this = File(other); }
+  File& operator=(const File& other) {
+    if (this != &other) *this = File(other);
+    return *this;
+  }
   File& operator=(File&& other) noexcept {
     File taken(std::move(other));  // and then what this object held, to be closed
     std::swap(fd, taken.fd);
