@@ -43,7 +43,8 @@ void RequestSequence::insert(PRequest element, bool behindFront) {
 
   // The priority of the head block is not in the index: what sorts before all
   // later blocks belongs there, a shown front of any priority or not.
-  const std::size_t next = later->upperBound(element.priority, 0);
+  const bool inHead = later->empty() || element.priority < (*later)[0].priority;
+  const std::size_t next = inHead ? 0 : later->upperBound(element.priority, 0);
   Block& block = next == 0 ? *head : *(*later)[next - 1].block;
   if (next > 0) prefetch(&block, sizeof(Block) + blockCapacity * sizeof(PRequest));
   const std::size_t at = block.upperBound(element.priority, next == 0 && behindFront);
