@@ -316,8 +316,9 @@ class Mirror {
     if (!S_ISREG(status.st_mode) || path == recordName || path.find(partialName) == 0) {
       return progress.note("left out: " + source + path, false);
     }
-    if (before.getProperty(path) == stateOf(status) && File(target + path).exists()) {
-      after.setProperty(path, stateOf(status));
+    const std::string state = stateOf(status);
+    if (before.getProperty(path) == state && File(target + path).exists()) {
+      after.setProperty(path, state);
       ++progress.unchanged;
       return;
     }

@@ -45,9 +45,9 @@ void RequestSequence::insert(PRequest element, bool behindFront) {
   // later blocks belongs there, a shown front of any priority or not.
   const bool inHead = later->empty() || element.priority < (*later)[0].priority;
   const std::size_t next = inHead ? 0 : later->upperBound(element.priority, 0);
-  Block& block = next == 0 ? *head : *(*later)[next - 1].block;
-  if (next > 0) prefetch(&block, sizeof(Block) + blockCapacity * sizeof(PRequest));
-  const std::size_t at = block.upperBound(element.priority, next == 0 && behindFront);
+  Block& block = inHead ? *head : *(*later)[next - 1].block;
+  if (!inHead) prefetch(&block, sizeof(Block) + blockCapacity * sizeof(PRequest));
+  const std::size_t at = block.upperBound(element.priority, inHead && behindFront);
   if (block.full()) {
     insertIntoFull(block, at, next, element);
   } else {
