@@ -285,8 +285,13 @@ void enterKeys(std::size_t count, bool shuffled) {
                       tellProperties),
                   contestant("steps of 5 bytes", loadInSteps, tellMap)});
 
+  // Filled side by side, so that the nodes of neither lie closer together.
   const auto properties = std::make_shared<CppProperties>();
-  for (const auto& line : lines) properties->setProperty(line.first, line.second);
+  const auto map = std::make_shared<Entries>();
+  for (const auto& line : lines) {
+    properties->setProperty(line.first, line.second);
+    map->insert(line);
+  }
   const auto output = [&](const std::string& row, const char* rival,
                           const std::function<void(std::ostream&)>& ours,
                           const std::function<void(std::ostream&)>& theirs) {
@@ -331,7 +336,6 @@ void enterKeys(std::size_t count, bool shuffled) {
     asked->push_back(lines[random() % count].first);
     sum += expected.at(asked->back()).size();
   }
-  const auto map = std::make_shared<Entries>(expected);
   enter<std::size_t>("a million lookups in" + keys, [] {}, sum,
                      {lookups("vimo_util", asked,
                               [=](const std::string& key) { return properties->getProperty(key); }),

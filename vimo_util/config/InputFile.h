@@ -4,8 +4,9 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <ext/stdio_filebuf.h>
+#include <cerrno>
 #include <istream>
+#include <streambuf>
 #include <string>
 
 namespace vimo {
@@ -15,22 +16,32 @@ namespace config {
 // A file opened for reading, as std::ifstream has it: a stream that has failed if
 // it could not be opened. std::ifstream itself opens with fopen(), which loses
 // memory when the thread is cancelled in it, as it waits for the writer of a FIFO.
-class InputFile {
+class InputFile : private std::streambuf {
  public:
   explicit InputFile(const std::string& path)
-      : InputFile(::open(path.c_str(), O_RDONLY | O_CLOEXEC)) {}
+      : descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC)), in(this) {
+    if (descriptor == -1) in.setstate(std::ios::failbit);
+  }
+  ~InputFile() {
+    if (descriptor != -1) ::close(descriptor);
+  }
 
   std::istream& stream() { return in; }
 
  private:
-  explicit InputFile(int descriptor) : buffer(descriptor, std::ios::in), in(&buffer) {
-    if (buffer.is_open()) return;
-    if (descriptor != -1) ::close(descriptor);
-    in.setstate(std::ios::failbit);
+  int_type underflow() override {
+    ssize_t count;
+    do {
+      count = ::read(descriptor, bytes, sizeof bytes);
+    } while (count == -1 && errno == EINTR);
+    if (count == -1) throw std::ios::failure("read error");
+    setg(bytes, bytes, bytes + count);
+    return count == 0 ? traits_type::eof() : traits_type::to_int_type(bytes[0]);
   }
 
-  __gnu_cxx::stdio_filebuf<char> buffer;  // closes the descriptor once it is open
+  const int descriptor;
   std::istream in;
+  char bytes[8192];
 };
 
 }  // namespace config

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstring>
 #include <exception>
 
 namespace vimo {
@@ -57,9 +58,10 @@ void readPiece(std::istream& in, char delimiter, std::string& piece) {
     piece.push_back(std::char_traits<char>::to_char_type(c));
     const char* const begin = Ready::begin(buffer);
     const char* const end = begin + std::min<std::ptrdiff_t>(Ready::end(buffer) - begin, INT_MAX);
-    const char* const found = std::find(begin, end, delimiter);
-    piece.append(begin, found);
-    Ready::skip(buffer, found - begin);
+    const void* const found = std::memchr(begin, delimiter, end - begin);
+    const char* const stop = found ? static_cast<const char*>(found) : end;
+    piece.append(begin, stop);
+    Ready::skip(buffer, stop - begin);
   }
   std::ios::iostate state = in.bad() ? std::ios::goodbit : std::ios::eofbit;
   if (!taken) state |= std::ios::failbit;
