@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include "config/outcome.h"
-#include "support/Allocations.h"
 
 namespace {
 
@@ -56,20 +55,6 @@ TEST(CppProperties, StoresByTheKeysBytesAndTellsWhatModifiesIt) {
   properties.setModified(false);
   properties.clear();
   EXPECT_TRUE(properties.isModified());
-}
-
-#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
-
-// Also where this client is compiled as C++17, as GCC does it by default.
-TEST(CppProperties, StrictLookupHandsOtherExceptionsToTheUnexpectedHandler) {
-  CppProperties properties;
-  properties.setProperty("key", std::string(100, 'x'));
-  const auto before = std::set_unexpected([] { throw VIMOException(7); });
-  allocations::failAt(1);
-  EXPECT_EQ(7, codeOf([&] { properties.getProperty_("key"); }));
-  std::set_unexpected(before);
-  allocations::failAt(1);
-  EXPECT_THROW(properties.getProperty("key"), std::bad_alloc);
 }
 
 }  // namespace

@@ -12,9 +12,6 @@
 #include <fstream>
 #include <map>
 #include <sstream>
-#include <thread>
-
-#include "support/Allocations.h"
 
 using vimo::util::File;
 
@@ -39,13 +36,6 @@ extern "C" ssize_t write(int fd, const void* buffer, size_t size) {
 }
 
 namespace {
-
-#ifdef __SANITIZE_ADDRESS__
-// It takes the frames that a cancelled thread has left for overflowing variables.
-constexpr bool mayCancel = false;
-#else
-constexpr bool mayCancel = true;
-#endif
 
 FILE* const unflushed = fopen("/dev/null", "w");
 
@@ -120,15 +110,15 @@ int openDescriptors() {
 // Plays steps "operation path other", divided by commas, where a path stands for
 // the same object in each. An answer is what the operation returns or throws, or
 // "ok", then how many descriptors more are open and whether it has flushed. HERE
-// is the working directory. Cancels its thread before one step, if so wished.
-std::string play(const std::string& steps, int cancelledStep) {
+// is the working directory.
+std::string play(const std::string& steps) {
   mostWritten = SIZE_MAX;
   unread = -1;
   const std::string directory = File(".").getAbsolutePath();
   std::map<std::string, File> files;
   std::istringstream in(steps);
   std::string step, answers;
-  for (int number = 0; std::getline(in, step, ','); ++number) {
+  while (std::getline(in, step, ',')) {
     std::istringstream words(step);
     std::string operation, path, other;
     words >> operation >> path >> other;
@@ -137,7 +127,6 @@ std::string play(const std::string& steps, int cancelledStep) {
                           files.emplace(other, other).first->second, answer};
     const int before = openDescriptors();
     fputs("x", unflushed);
-    if (number == cancelledStep) pthread_cancel(pthread_self());
     try {
       operations.at(operation)(objects);
     } catch (const vimo::util::FileException& e) {
@@ -147,8 +136,7 @@ std::string play(const std::string& steps, int cancelledStep) {
     if (answer.str().empty()) answer << "ok";
     if (opened != 0) answer << std::showpos << " " << opened;
     if (__fpending(unflushed) == 0) answer << " flushed";
-    if (number == cancelledStep) pthread_testcancel();
-    answers += (number == 0 ? "" : ", ") + answer.str();
+    answers += (answers.empty() ? "" : ", ") + answer.str();
     const std::size_t here = answers.find(directory);
     if (here != std::string::npos) answers.replace(here, directory.size(), "HERE");
   }
@@ -168,16 +156,12 @@ class FileTest : public testing::Test {
   }
   ~FileTest() override { EXPECT_EQ(0, system(("rm -r " + directory).c_str())); }
 
-  // Plays steps in a fresh directory, and again to cancel each of them; see play().
+  // Plays steps in a fresh directory; see play().
   void check(const std::vector<std::pair<std::string, std::string>>& stepsAndAnswers) {
     const int before = openDescriptors();
     for (const auto& c : stepsAndAnswers) {
       EXPECT_EQ(0, system(fill));
-      EXPECT_EQ(c.second, play(c.first, -1)) << c.first;
-      for (int n = 0; mayCancel && n <= std::count(c.first.begin(), c.first.end(), ','); ++n) {
-        EXPECT_EQ(0, system(fill));
-        std::thread([&] { play(c.first, n); }).join();
-      }
+      EXPECT_EQ(c.second, play(c.first)) << c.first;
       EXPECT_EQ(before, openDescriptors()) << c.first;
     }
   }
@@ -285,35 +269,6 @@ TEST_F(FileTest, SwitchesExactlyItsPermissionBits) {
       EXPECT_EQ(mode & ~c.bits, statusOf(file).st_mode & 07777) << std::oct << c.bits;
     }
   }
-}
-
-TEST_F(FileTest, ClosesItsDestinationWhenCancelled) {
-  if (!mayCancel) GTEST_SKIP();
-  EXPECT_EQ(0, mkfifo("source", 0666) | mkfifo("dest", 0666));
-  File source("source"), dest("dest");
-  std::thread thread([&] { source.copyTo(dest); });
-  const int out = open("source", O_RDWR), in = open("dest", O_RDONLY);
-  char byte = 'b';
-  EXPECT_EQ(1, write(out, &byte, 1));
-  EXPECT_EQ(1, read(in, &byte, 1));  // and the thread goes back to its empty source
-  pthread_cancel(thread.native_handle());
-  thread.join();
-  EXPECT_EQ(0, read(in, &byte, 1)) << "the destination is still open";
-}
-
-TEST_F(FileTest, SurvivesWithoutMemory) {
-  File file("file"), copy("copy"), here("."), longer(std::string(99, 'n'));
-  std::vector<File> files;
-  file.touch();
-  const long made = allocations::made();
-  EXPECT_EQ(0, file.copyTo(copy));
-  EXPECT_EQ(0, file.compareTo(copy));
-  EXPECT_EQ(made, allocations::made());
-  const int before = openDescriptors();
-  const auto list = [&] { here.listFiles(files); };
-  EXPECT_LT(0, allocations::failEach(list, [&] { EXPECT_EQ(before, openDescriptors()); }));
-  const auto rename = [&] { file.renameTo(longer); };
-  EXPECT_LT(0, allocations::failEach(rename, [&] { EXPECT_TRUE(file.exists()); }));
 }
 
 }  // namespace

@@ -130,13 +130,12 @@ void* take(void* queue) {
   return static_cast<PrioritizedQueue*>(queue)->recvWaitAndDequeue(id);
 }
 
-// What a thread returns that runs `body`, and is cancelled if so wished.
+// What a thread returns that runs `body`.
 class Thread {
  public:
   Thread(void* (*body)(void*), PrioritizedQueue& queue) {
     pthread_create(&thread, nullptr, body, &queue);
   }
-  void cancel() { pthread_cancel(thread); }
   void* result() {
     void* value;
     pthread_join(thread, &value);
@@ -146,22 +145,6 @@ class Thread {
  private:
   pthread_t thread;
 };
-
-TEST(PrioritizedQueue, CancelledWaitersLeaveItUnchangedAndUnlocked) {
-  PrioritizedQueue queue(0);
-  for (int i = 0; i < 1000; ++i) {
-    Thread waiter(i % 2 == 0 ? look : take, queue);
-    if (i % 4 < 2) std::this_thread::yield();
-    waiter.cancel();
-    ASSERT_EQ(PTHREAD_CANCELED, waiter.result());
-  }
-  unsigned int id;
-  EXPECT_EQ(nullptr, queue.tryWait(id));
-  PriorRequest low(0, 2), high(0, 1);
-  queue.push(&low);
-  queue.push(&high);
-  EXPECT_EQ(&high, queue.recvWaitAndDequeue(id));
-}
 
 TEST(PrioritizedQueue, OneRequestWakesAllWhoLookAndServesOneWhoTakes) {
   for (int round = 0; round < 50; ++round) {

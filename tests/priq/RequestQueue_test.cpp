@@ -9,7 +9,6 @@
 #include <thread>
 #include <vector>
 
-#include "support/Allocations.h"
 #include "vimo_util/priq/PriorityQueueManager.h"
 
 namespace {
@@ -59,30 +58,6 @@ TEST(RequestQueue, ThreadsAtOnceMakeOneInstanceAndOneQueue) {
   unsigned int id;
   while (queues[0]->tryWait(id)) ids.insert(id), queues[0]->pop();
   EXPECT_EQ(8u, ids.size());
-}
-
-TEST(RequestQueue, AFailedAllocationLeavesNoEntryAndAFreeMutex) {
-  PriorityQueueManager& manager = PriorityQueueManager::getInstance();
-  const struct {
-    const char* name;
-    void (*connect)(PriorityQueueManager& manager);
-  } cases[] = {
-      {"one argument", [](PriorityQueueManager& m) { m.getNewConnection(101); }},
-      {"two arguments", [](PriorityQueueManager& m) { m.getNewConnection(102, 1); }},
-      {"handle", [](PriorityQueueManager&) { RequestQueue(103, 1); }},
-  };
-  manager.getNewConnection(100);
-  for (const auto& c : cases) {
-    const long before = allocations::live();
-    EXPECT_GE(allocations::failEach([&] { c.connect(manager); },
-                                    [&] {
-                                      EXPECT_EQ(before, allocations::live()) << c.name;
-                                      manager.getNewConnection(100);
-                                    }),
-              3)
-        << c.name;
-    EXPECT_LT(before, allocations::live()) << c.name;
-  }
 }
 
 RequestQueue* early;

@@ -82,10 +82,14 @@ std::int64_t CppProperties::getHEX_(const std::string& key) {
 bool CppProperties::isOn_(const std::string& key) { return require(entries, key, 0x1083) == "on"; }
 
 void CppProperties::setProperty(const std::string& key, const std::string& value) {
-  std::string& stored = entries[key];
-  if (stored == value) return;
-  stored = value;
-  modified = true;
+  const auto found = entries.lower_bound(key);
+  if (found == entries.end() || found->first != key) {
+    entries.emplace_hint(found, key, value);
+    if (!value.empty()) modified = true;
+  } else if (found->second != value) {
+    found->second = value;
+    modified = true;
+  }
 }
 
 void CppProperties::getKeys(std::vector<std::string>& keys) {

@@ -60,7 +60,7 @@ class VIMO_UTIL_API CppProperties {
   bool isOn_(const std::string& key);
 
   // Stores `value` under `key`. Sets the flag isModified() unless `key` had this
-  // value, or none and `value` is empty.
+  // value, or none and `value` is empty. When memory runs out, nothing changes.
   void setProperty(const std::string& key, const std::string& value);
 
   // Appends every key to `keys`, in order, those with an empty value included.

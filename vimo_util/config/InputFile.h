@@ -9,6 +9,8 @@
 #include <streambuf>
 #include <string>
 
+#include "vimo_util/frame/NoCancel.h"
+
 namespace vimo {
 namespace util {
 namespace config {
@@ -23,6 +25,7 @@ class InputFile : private std::streambuf {
     if (descriptor == -1) in.setstate(std::ios::failbit);
   }
   ~InputFile() {
+    const NoCancel noCancel;
     if (descriptor != -1) ::close(descriptor);
   }
 

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -12,6 +13,7 @@
 #include <memory>
 
 #include "vimo_util/file/FileStatus.h"
+#include "vimo_util/frame/NoCancel.h"
 
 namespace vimo {
 namespace util {
@@ -52,7 +54,11 @@ void writeAll(int to, const char* bytes, std::size_t size) {
 bool wouldMeet(int source, int held, const std::string& path) {
   struct stat from;
   struct stat to;
-  if ((held == -1 ? ::stat(path.c_str(), &to) : ::fstat(held, &to)) != 0) return held != -1;
+  if (held == -1) {
+    if (::stat(path.c_str(), &to) != 0) return errno != ENOENT;
+  } else if (::fstat(held, &to) != 0) {
+    return true;
+  }
   if (::fstat(source, &from) != 0) return true;
   return from.st_dev == to.st_dev && from.st_ino == to.st_ino;
 }
@@ -111,7 +117,10 @@ int File::copyTo(File& dest) {
     writeAll(dest.fd, block, count);
     copied += count;
   }
-  std::fflush(nullptr);
+  {
+    const NoCancel noCancel;  // which Clang, taking fflush for one that throws nothing, needs
+    std::fflush(nullptr);
+  }
   opened.release();
   return nearestInt(copied);
 }

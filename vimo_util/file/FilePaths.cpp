@@ -2,10 +2,11 @@
 
 #include <dirent.h>
 #include <fcntl.h>
-#include <pthread.h>
 #include <sys/stat.h>
 
 #include <cstring>
+
+#include "vimo_util/frame/NoCancel.h"
 
 namespace vimo {
 namespace util {
@@ -18,12 +19,9 @@ class DirectoryStream {
   explicit DirectoryStream(const std::string& path) : stream(::opendir(path.c_str())) {
     if (stream == nullptr) throw FileException("dir open failed");
   }
-  // closedir may be a cancellation point, which must not unwind out of here.
   ~DirectoryStream() {
-    int cancelState;
-    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancelState);
+    const NoCancel noCancel;
     ::closedir(stream);
-    pthread_setcancelstate(cancelState, &cancelState);
   }
   DirectoryStream(const DirectoryStream&) = delete;
   DirectoryStream& operator=(const DirectoryStream&) = delete;

@@ -1,0 +1,308 @@
+// Every operation meets every fault: an allocation that fails, a system call that
+// fails, a stream that ends or throws, a cancellation, each wherever it can come.
+// Whatever comes, the answer is the promised one, the world is as it was or part
+// of the way to what the operation makes of it, and nothing has leaked.
+
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <exception>
+#include <functional>
+#include <iostream>
+#include <sstream>
+
+#include "faults/calls.h"
+#include "faults/operations.h"
+#include "support/Allocations.h"
+
+namespace {
+
+using calls::Fault;
+
+struct Outcome {
+  std::string answer, state;
+  std::vector<std::string> calls;
+  bool ranOut = false;  // of memory
+  long blocks = 0;      // that stay allocated
+};
+
+using Arm = std::function<void(World&)>;
+
+void harmless(World&) {}
+
+// Runs the operation with the fault that `arm` sets off in this thread.
+void run(const Operation& operation, World& world, const Arm& arm, Outcome& outcome) {
+  const auto disarm = [&] {
+    allocations::failAt(0);
+    outcome.ranOut = allocations::failed();
+    outcome.calls = calls::disarm();
+  };
+  try {
+    arm(world);
+    operation.run(world);
+    disarm();
+    outcome.answer = world.answer;
+  } catch (const BufferFailure&) {
+    disarm();
+    outcome.answer = "BufferFailure";
+  } catch (const VIMOException& e) {
+    disarm();
+    outcome.answer = "VIMOException " + std::to_string(e.code);
+  } catch (const std::ios::failure&) {
+    disarm();
+    outcome.answer = "std::ios::failure";
+  } catch (const std::exception& e) {
+    disarm();
+    outcome.answer = e.what();
+  }
+}
+
+// Runs `body` in a thread that is cancelled, at the latest behind it.
+void cancel(std::function<void()>& body) {
+  pthread_t thread;
+  const auto start = [](void* function) -> void* {
+    (*static_cast<std::function<void()>*>(function))();
+    pthread_testcancel();
+    return nullptr;
+  };
+  EXPECT_EQ(0, pthread_create(&thread, nullptr, start, &body));
+  EXPECT_EQ(0, pthread_join(thread, nullptr));
+}
+
+// Runs it in a new world, and in a thread of its own if that is to be cancelled.
+Outcome attempt(const Operation& operation, const Arm& arm = harmless, bool cancelled = false) {
+  const int descriptors = calls::openDescriptors();
+  const long blocks = allocations::live();
+  Outcome outcome;
+  {
+    World world(operation);
+    std::function<void()> body = [&] { run(operation, world, arm, outcome); };
+    if (cancelled) {
+      outcome.answer = "cancelled";
+      cancel(body);
+    } else {
+      body();
+    }
+    operation.tell(world, outcome.state);
+  }
+  EXPECT_EQ(descriptors, calls::openDescriptors());
+  EXPECT_EQ(0, calls::closedTwice);
+  // A copy of the outcome takes as many blocks as the outcome itself.
+  outcome.blocks = allocations::live() - blocks;
+  const long own = allocations::live();
+  const Outcome copy(outcome);
+  outcome.blocks -= allocations::live() - own;
+  return outcome;
+}
+
+// Whether each line is as before, or the beginning of what it would have become.
+bool partWay(const std::string& before, const std::string& after, const std::string& now) {
+  std::istringstream was(before), becomes(after), is(now);
+  for (std::string a, b, c; std::getline(was, a) && std::getline(becomes, b);) {
+    if (!std::getline(is, c) || (c != a && b.compare(0, c.size(), c) != 0)) return false;
+  }
+  return true;
+}
+
+bool isOneOf(const std::string& answer, const std::string& choices) {
+  return ('|' + choices + '|').find('|' + answer + '|') != std::string::npos;
+}
+
+// An operation, and what it does where no fault comes.
+struct Trial {
+  explicit Trial(const Operation& operation)
+      : operation(operation),
+        after(attempt(operation, [](World&) { calls::arm(Fault::none, 0); })) {
+    Operation none = operation;
+    none.run = harmless;
+    before = attempt(none);
+    EXPECT_EQ(before.blocks, after.blocks);
+  }
+
+  // A fault that does no harm.
+  void expectUnharmed(const Outcome& outcome) const {
+    EXPECT_EQ(after.answer, outcome.answer);
+    EXPECT_EQ(after.state, outcome.state);
+    EXPECT_EQ(after.blocks, outcome.blocks);
+  }
+
+  // A fault that ends the operation with one of the answers.
+  void expectAnswer(const std::string& answers, const Outcome& outcome) const {
+    EXPECT_PRED2(isOneOf, outcome.answer, answers);
+    EXPECT_PRED3(partWay, before.state, after.state, outcome.state);
+    EXPECT_EQ(after.blocks, outcome.blocks);
+  }
+
+  const Operation& operation;
+  Outcome before, after;
+};
+
+// In a temporary directory.
+struct Faults : testing::Test {
+  Faults() { EXPECT_TRUE(mkdtemp(&directory[0]) && chdir(directory.c_str()) == 0); }
+  ~Faults() override { EXPECT_EQ(0, system(("rm -r " + directory).c_str())); }
+  std::string directory = testing::TempDir() + "faults_test.XXXXXX";
+};
+
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+
+TEST_F(Faults, Allocations) {
+  std::set_unexpected([] { throw VIMOException(7); });
+  int failures = 0;
+  for (const Operation& operation : operations) {
+    SCOPED_TRACE(operation.name);
+    const Trial trial(operation);
+    for (const bool allLater : {false, true}) {
+      for (int n = 1;; ++n) {
+        SCOPED_TRACE(n);
+        const Outcome outcome =
+            attempt(operation, [&](World&) { allocations::failAt(n, allLater); });
+        if (!outcome.ranOut) {
+          EXPECT_EQ(operation.outOfMemory.empty(), n == 1);
+          trial.expectUnharmed(outcome);
+          break;
+        }
+        trial.expectAnswer(operation.outOfMemory, outcome);
+        ++failures;
+      }
+    }
+  }
+  std::cout << "operations: " << operations.size() << "\nallocations failed: " << failures << '\n';
+}
+
+TEST_F(Faults, SystemCalls) {
+  int failures = 0;
+  for (const Operation& operation : operations) {
+    SCOPED_TRACE(operation.name);
+    const Trial trial(operation);
+    const auto meet = [&](Fault fault, int nth, int error, const std::string& call) {
+      SCOPED_TRACE(call + ' ' + std::to_string(error));
+      const Outcome outcome = attempt(operation, [&](World&) { calls::arm(fault, nth, error); });
+      const auto failure =
+          std::find_if(operation.failures.begin(), operation.failures.end(),
+                       [&](const Failure& f) { return f.call == call && f.harmless != error; });
+      if (failure == operation.failures.end()) {
+        trial.expectUnharmed(outcome);
+      } else {
+        trial.expectAnswer(failure->answer, outcome);
+      }
+      ++failures;
+    };
+    int nth = 0;
+    for (const std::string& call : trial.after.calls) {
+      ++nth;
+      for (const int error : calls::errorsOf(call)) meet(Fault::error, nth, error, call);
+      if (call == "read" || call == "write") meet(Fault::cut, nth, -1, "short " + call);
+    }
+  }
+  std::cout << "system calls failed: " << failures << '\n';
+}
+
+TEST_F(Faults, Cancellations) {
+#ifdef __SANITIZE_ADDRESS__
+  GTEST_SKIP() << "it takes the frames that a cancelled thread has left for overflowing variables";
+#endif
+  int cancelled = 0;
+  for (const Operation& operation : operations) {
+    SCOPED_TRACE(operation.name);
+    const Trial trial(operation);
+    for (std::size_t nth = 1; nth <= trial.after.calls.size(); ++nth) {
+      SCOPED_TRACE(trial.after.calls[nth - 1]);
+      const Arm arm = [&](World&) { calls::arm(Fault::cancel, static_cast<int>(nth)); };
+      const Outcome outcome = attempt(operation, arm, true);
+      trial.expectAnswer("cancelled|" + trial.after.answer, outcome);
+      ++cancelled;
+    }
+  }
+  std::cout << "cancellations: " << cancelled << '\n';
+}
+
+constexpr std::ios::iostate eof = std::ios::eofbit, fail = std::ios::failbit,
+                            bad = std::ios::badbit;
+constexpr std::ios::iostate masks[] = {std::ios::goodbit, eof,       fail,       bad,
+                                       eof | fail,        eof | bad, fail | bad, eof | fail | bad};
+
+// The exception goes out where the mask asks for it.
+std::string answersToAFault(std::ios::iostate mask, bool throws) {
+  return mask & bad ? throws ? "BufferFailure" : "std::ios::failure" : "fail bad|std::ios::failure";
+}
+
+// A stream that ends at any byte is read as one of the standard library that
+// holds as much; one that throws there, as if it held what was whole by then.
+void readTo(std::size_t end, const Trial& trial) {
+  std::string given, whole;
+  for (const std::string& unit : trial.operation.units) {
+    given += unit;
+    if (given.size() <= end) whole = given;
+  }
+  given.resize(end);
+  const bool alone = trial.operation.units.size() == 1;  // asks for no byte behind it
+  const bool none = whole.empty();
+  if (!none && whole.back() == '\n') whole.pop_back();
+
+  const auto read = [&](const std::string& bytes, std::ios::iostate mask, bool ended) {
+    std::stringbuf buffer(bytes);
+    return attempt(trial.operation, [&](World& world) {
+      world.in.rdbuf(&buffer);
+      if (ended) world.in.setstate(std::ios::eofbit);
+      world.in.exceptions(mask);
+    });
+  };
+  const Outcome kept = read(whole, std::ios::goodbit, none);
+  for (const auto mask : masks) {
+    const Outcome expected = read(given, mask, false);
+    for (const bool throws : {false, true}) {
+      const Outcome outcome = attempt(trial.operation, [&](World& world) {
+        world.buffer.deliver(given, throws);
+        world.in.exceptions(mask);
+      });
+      if (!throws || (alone && given == trial.operation.units[0])) {
+        EXPECT_EQ(expected.answer, outcome.answer);
+        EXPECT_EQ(expected.state, outcome.state);
+        EXPECT_EQ(trial.after.blocks, outcome.blocks);
+      } else {
+        trial.expectAnswer(answersToAFault(mask, true), outcome);
+        if (!alone) {
+          EXPECT_EQ(kept.state, outcome.state);
+        }
+      }
+    }
+  }
+}
+
+// Of a stream that has room for so many bytes it fills the room, and harms nothing.
+void writeTo(std::size_t end, const Trial& trial) {
+  const std::string all = trial.after.state.substr(trial.before.state.size());
+  for (const auto mask : masks) {
+    for (const bool throws : {false, true}) {
+      const Outcome outcome = attempt(trial.operation, [&](World& world) {
+        world.buffer.makeRoom(end, throws);
+        world.out.exceptions(mask);
+      });
+      EXPECT_EQ(trial.before.state + all.substr(0, end), outcome.state);
+      EXPECT_EQ(trial.after.blocks, outcome.blocks);
+      EXPECT_PRED2(isOneOf, outcome.answer, end < all.size() ? answersToAFault(mask, throws) : "");
+    }
+  }
+}
+
+TEST_F(Faults, Streams) {
+  int positions = 0;
+  for (const Operation& operation : operations) {
+    SCOPED_TRACE(operation.name);
+    const Trial trial(operation);
+    std::size_t size = operation.writes ? trial.after.state.size() - trial.before.state.size() : 0;
+    for (const std::string& unit : operation.units) size += unit.size();
+    for (std::size_t end = 0; size > 0 && end <= size; ++end) {
+      SCOPED_TRACE(end);
+      operation.writes ? writeTo(end, trial) : readTo(end, trial);
+      ++positions;
+    }
+  }
+  std::cout << "stream positions: " << positions << '\n';
+}
+
+}  // namespace

@@ -1,0 +1,218 @@
+#include "faults/operations.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+
+#include "faults/calls.h"
+#include "vimo_util/priq/PriorityQueueManager.h"
+#include "vimo_util/priq/RequestQueue.h"
+
+using namespace vimo::util;
+using namespace std::string_literals;
+
+void FaultyBuffer::deliver(const std::string& input, bool thenThrows) {
+  bytes = input;
+  throws = thenThrows;
+  setg(&bytes[0], &bytes[0], &bytes[0] + bytes.size());
+}
+
+void FaultyBuffer::makeRoom(std::size_t size, bool thenThrows) {
+  bytes.resize(size);
+  throws = thenThrows;
+  setp(&bytes[0], &bytes[0] + size);
+}
+
+FaultyBuffer::int_type FaultyBuffer::stop() const {
+  if (throws) throw BufferFailure();
+  return traits_type::eof();
+}
+
+namespace {
+
+// Beyond what a string holds within itself, so that each takes memory.
+const std::string longKey = "key of more than sixteen bytes", longValue(40, 'v');
+const char* const paths[] = {"a file with a long name", "its twin, with a long name",
+                             "a fresh file with a long name", "a missing file with a long name",
+                             "a directory with a long name"};
+
+int keys;
+
+void makeFiles() {
+  remove(paths[2]);
+  for (const char* path : {paths[0], paths[1]}) {
+    unlink(path);  // it may have no permissions left
+    std::ofstream(path) << std::string(1500, 'x');
+  }
+  ::mkdir(paths[4], 0700);
+  for (const std::string name : {"/one file with a long name", "/one more, with a long name"}) {
+    std::ofstream(paths[4] + name).flush();
+  }
+  std::ofstream("config") << "a=" << longValue << "\n# a comment\nb=\n";
+}
+
+}  // namespace
+
+World::World(const Operation& operation)
+    : file(paths[0]),
+      twin(paths[1]),
+      fresh(paths[2]),
+      missing(paths[3]),
+      directory(paths[4]),
+      queue(0),
+      key(++keys),
+      in(&buffer),
+      out(&buffer) {
+  calls::onWait = nullptr;
+  if (!operation.streams()) makeFiles();
+  properties.setProperty(longKey, longValue);
+  properties.setProperty("number", "17");
+  properties.setModified(false);
+  column.cells.push_back(longValue);
+  for (unsigned int i = 0; i < 65; ++i) requests.emplace_back(0, 40 + i % 2);
+  std::string all;
+  for (const std::string& unit : operation.units) all += unit;
+  buffer.deliver(all, false);
+  if (operation.writes) buffer.makeRoom(1000, false);
+  if (operation.prepare) operation.prepare(*this);
+}
+
+void Operation::tell(World& world, std::string& text) const {
+  text.clear();
+  for (const std::string& string : world.strings) text += string + ' ';
+  text += world.properties.isModified() ? "\nM" : "\n";
+  world.strings.clear();
+  world.properties.getKeys(world.strings);
+  for (const std::string& key : world.strings) {
+    text += key + '=' + world.properties.getProperty(key) + ';';
+  }
+  text += '\n';
+  for (std::uint32_t row = 0; row < world.table.size(); ++row) {
+    for (const std::string& cell : world.table[row]->cells) text += '[' + cell + ']';
+    text += ';';
+  }
+  text += '\n';
+  for (const std::string& cell : world.column.cells) text += '[' + cell + ']';
+  text += '\n' + world.string + '\n';
+  for (const File* file : {&world.file, &world.twin, &world.fresh}) {
+    text += file->getPath() + '\n' + std::string(world.files.size(), '|') + '\n';
+  }
+  for (const char* path : paths) {
+    if (streams()) break;
+    struct stat status = {};
+    const bool there = lstat(path, &status) == 0;
+    text += there ? std::to_string(status.st_mode) + ' ' : "";
+    if (S_ISREG(status.st_mode))
+      text += std::string(std::istreambuf_iterator<char>(std::ifstream(path).rdbuf()), {});
+    text += '\n';
+  }
+  text += std::string(static_cast<std::size_t>(calls::openDescriptors()), '|') + '\n';
+
+  // A request ahead of all others is handed out first, unless a head was shown.
+  priq::PriorRequest first(0, 0);
+  const auto empty = [&](priq::PrioritizedQueue& queue) {
+    unsigned int id;
+    for (queue.push(&first); queue.tryWait(id);) {
+      const priq::PriorRequest* const request = queue.recvWaitAndDequeue(id);
+      text += std::to_string(request->priority) + ' ';
+    }
+    text += '\n';
+  };
+  empty(world.queue);
+  if (connects) empty(*priq::PriorityQueueManager::getInstance().getNewConnection(world.key));
+  if (writes) text += world.buffer.taken();
+}
+
+namespace {
+
+const std::string noMemory = "std::bad_alloc";
+const std::string notFound = paths[0] + "not found"s, directoryNotFound = paths[4] + "not found"s;
+const std::string notResolved = "E: getAbsPath of "s + paths[0];
+
+void answer(World& w, int value) { w.answer = std::to_string(value); }
+void answer(World& w, const std::ios& stream) {
+  w.answer =
+      (stream.eof() ? "eof " : ""s) + (stream.fail() ? "fail " : "") + (stream.bad() ? "bad" : "");
+}
+
+// Objects in other states than a new world has them.
+void held(World& w) { w.file.compareTo(w.missing); }
+void shown(World& w) {
+  unsigned int id;
+  for (std::size_t i = 1; i < w.requests.size(); ++i) w.queue.push(&w.requests[i]);
+  w.queue.tryWait(id);
+}
+void served(World& w) {
+  w.queue.push(&w.requests[0]);  // which needs no more memory from then on
+  w.queue.pop();
+  calls::onWait = [&w] { w.queue.push(&w.requests[0]); };
+}
+
+}  // namespace
+
+// clang-format off
+const std::vector<Operation> operations = {
+  {"set a new key", [](World& w) { w.properties.setProperty(longKey + "2", longValue); }, noMemory},
+  {"set another value", [](World& w) { w.properties.setProperty("number", longValue); }, noMemory},
+  {"look up", [](World& w) { w.string = w.properties.getProperty(longKey); }, noMemory},
+  {"look up strictly", [](World& w) { w.string = w.properties.getProperty_(longKey); }, "VIMOException 7"},
+  {"list keys", [](World& w) { w.properties.getKeys(w.strings); }, noMemory},
+  {"read a text", [](World& w) { w.properties.read(w.in), answer(w, w.in); },
+   noMemory + "|fail bad", {}, nullptr, {"a=" + longValue + "\n", "#\n", "b=2\n", "c=\n"}},
+  {"write a text", [](World& w) { w.properties.write(w.out), answer(w, w.out); }, "", {}, nullptr, {}, true},
+  {"load a text", [](World& w) { w.properties.load("config"); }, "VIMOException 1966082",
+   {{"open", "VIMOException 1966081"}, {"read", "VIMOException 1966082", EINTR}}},
+  {"load records", [](World& w) { w.properties.load(w.in), answer(w, w.in); }, noMemory, {}, nullptr,
+   {"\1\0\0\0a\50\0\0\0"s + longValue, "\1\0\0\0b\0\0\0\0"s, "\1\0\0\0c\0\0\0\0"s}},
+  {"save records", [](World& w) { w.properties.save(w.out), answer(w, w.out); }, "", {}, nullptr, {}, true},
+  {"get a string", [](World& w) { w.properties.get(w.in, w.string), answer(w, w.in); },
+   noMemory, {}, nullptr, {"\50\0\0\0"s + longValue}},
+  {"put a string", [](World& w) { w.properties.put(w.out, longValue), answer(w, w.out); }, "", {}, nullptr, {}, true},
+  {"load a table", [](World& w) { answer(w, w.table.load("config")); }, noMemory, {{"open", "0"}, {"read", "1", EINTR}}},
+  {"load rows", [](World& w) { w.table.load(w.in), answer(w, w.in); },
+   noMemory, {}, nullptr, {longValue + ",1\n", "\n", "#" + longValue + "\n", "a,,\n"}},
+  {"load cells", [](World& w) { w.column.load(w.in), answer(w, w.in); },
+   noMemory, {}, nullptr, {longValue + ",", "1,", "2,"}},
+
+  {"exists", [](World& w) { answer(w, w.file.exists()); }, "", {{"stat", "0"}}},
+  {"exists, missing", [](World& w) { answer(w, w.missing.exists()); }, noMemory},
+  {"length", [](World& w) { answer(w, w.file.length()); }, "", {{"stat", notFound}}},
+  {"is a file", [](World& w) { answer(w, w.file.isFile()); }, "", {{"stat", notFound}}},
+  {"is a directory", [](World& w) { answer(w, w.directory.isDirectory()); }, "", {{"stat", directoryNotFound}}},
+  {"can read", [](World& w) { answer(w, w.file.canRead()); }, "", {{"access", "0"}}},
+  {"can write", [](World& w) { answer(w, w.file.canWrite()); }, "", {{"access", "0"}}},
+  {"can execute", [](World& w) { answer(w, w.directory.canExecute()); }, "", {{"access", "0"}}},
+  {"resolve", [](World& w) { w.string = w.file.getAbsolutePath(); }, noMemory, {{"realpath", notResolved}}},
+  {"parent", [](World& w) { w.files.push_back(w.file.getParent()); },
+   noMemory, {{"stat", notFound}, {"realpath", notResolved}}},
+  {"list", [](World& w) { w.directory.listFiles(w.files); },
+   noMemory, {{"stat", directoryNotFound}, {"opendir", "dir open failed"}, {"readdir", ""}}},
+  {"make a directory", [](World& w) { w.fresh.mkdir(); }, "", {{"mkdir", "mkdir failed, "s + paths[2]}}},
+  {"touch", [](World& w) { w.fresh.touch(); }, "", {{"open", "touch failed, "s + paths[2]}}},
+  {"delete", [](World& w) { w.file.deleteThis(); }, "", {{"unlink", "unlink failed"}}, held},
+  {"rename", [](World& w) { w.twin.renameTo(w.file); }, noMemory, {{"rename", "rename failed"}}, held},
+  {"compare", [](World& w) { answer(w, w.file.compareTo(w.twin)); }, "",
+   {{"open", "-1"}, {"stat", notFound + '|' + paths[1] + "not found"}, {"read", "copy: read error"},
+    {"short read", "-1023|1023|-475|475|0"}}},
+  {"copy", [](World& w) { answer(w, w.file.copyTo(w.fresh)); }, "",
+   {{"open", "-1"}, {"stat", "-1", ENOENT}, {"fstat", "-1"}, {"creat", "-1"}, {"read", "copy: read error"},
+    {"write", "copy: write error"}}},
+  {"copy to what is held", [](World& w) { answer(w, w.twin.copyTo(w.file)); }, "",
+   {{"open", "-1"}, {"fstat", "-1"}, {"read", "copy: read error"}, {"write", "copy: write error"}}, held},
+  {"close", [](World& w) { File(std::move(w.file)); }, "", {}, held},
+  {"assign", [](World& w) { w.file = w.missing; }, noMemory, {}, held},
+  {"set readable", [](World& w) { answer(w, w.file.setReadable(false)); }, "", {{"stat", notFound}, {"chmod", "0"}}},
+
+  {"make a queue", [](World&) { priq::PrioritizedQueue(0); }, noMemory},
+  {"push", [](World& w) { w.queue.push(&w.requests[0]); }, noMemory},
+  {"push behind a shown head", [](World& w) { w.queue.push(&w.requests[0]); }, noMemory, {}, shown},
+  {"look and wait", [](World& w) { w.queue.top(w.requests[1].id); }, "", {}, served},
+  {"take and wait", [](World& w) { w.queue.recvWaitAndDequeue(w.requests[1].id); }, "", {}, served},
+  {"connect", [](World& w) { priq::PriorityQueueManager::getInstance().getNewConnection(w.key); },
+   noMemory, {}, nullptr, {}, false, true},
+  {"connect a handle", [](World& w) { priq::RequestQueue(w.key, 1); }, noMemory, {}, nullptr, {}, false, true},
+};

@@ -1,0 +1,19 @@
+#ifndef VIMO_UTIL_FRAME_NOCANCEL_H
+#define VIMO_UTIL_FRAME_NOCANCEL_H
+
+#include <pthread.h>
+
+// While it lives, its thread is not cancelled: for cancellation points out of
+// which nothing may unwind, as in a destructor.
+class NoCancel {
+ public:
+  NoCancel() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before); }
+  ~NoCancel() { pthread_setcancelstate(before, &before); }
+  NoCancel(const NoCancel&) = delete;
+  NoCancel& operator=(const NoCancel&) = delete;
+
+ private:
+  int before;
+};
+
+#endif
