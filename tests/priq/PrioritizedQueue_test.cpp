@@ -4,7 +4,6 @@
 #include <pthread.h>
 
 #include <algorithm>
-#include <atomic>
 #include <deque>
 #include <sstream>
 #include <string>
@@ -161,40 +160,6 @@ TEST(PrioritizedQueue, OneRequestWakesAllWhoLookAndServesOneWhoTakes) {
     unsigned int id;
     EXPECT_EQ(nullptr, queue.tryWait(id));
   }
-}
-
-TEST(PrioritizedQueue, LosesAndDoublesNothingBetweenThreads) {
-  constexpr int producers = 4, consumers = 4, each = 2000;
-  PrioritizedQueue queue(0);
-  std::vector<PriorRequest> requests(producers * each, PriorRequest(0, 0));
-  std::vector<std::thread> threads;
-  std::atomic<int> misordered(0);
-  for (int p = 0; p < producers; ++p) {
-    threads.emplace_back([&, p] {
-      for (int i = 0; i < each; ++i) {
-        PriorRequest& request = requests[p * each + i];
-        request.priority = static_cast<unsigned int>(i % 3);
-        queue.push(&request);
-      }
-    });
-  }
-  for (int c = 0; c < consumers; ++c) {
-    threads.emplace_back([&] {
-      // Of one producer and one priority, each consumer meets ever later ones.
-      const PriorRequest* last[producers][3] = {};
-      for (int i = 0; i < producers * each / consumers; ++i) {
-        unsigned int id;
-        PriorRequest* const request = queue.recvWaitAndDequeue(id);
-        ++request->clientValue;
-        const PriorRequest*& before = last[(request - &requests[0]) / each][request->priority];
-        if (before && request < before) ++misordered;
-        before = request;
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(0, misordered);
-  for (const PriorRequest& request : requests) ASSERT_EQ(1, request.clientValue);
 }
 
 }  // namespace
