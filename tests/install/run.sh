@@ -1,6 +1,6 @@
 #!/bin/sh
-# Installs the library aside and builds the client that the README shows in each of the three ways that it names:
-# run.sh ROOT BUILD COMPILER SYSTEM EMULATOR...
+# Installs the library aside, checks how hardened it is and builds the client that the README shows in each of the three
+# ways that it names: run.sh ROOT BUILD COMPILER SYSTEM EMULATOR...
 set -eu
 root=$1 build=$2 compiler=$3 system=$4 && shift 4
 
@@ -15,6 +15,8 @@ runs() {
 }
 
 cmake --install "$build" --prefix "$work/prefix" >/dev/null
+"$root/tests/hardening.sh" "$(find "$work/prefix" -name 'libvimo_util.so.7')"
+
 with_cmake() {
   cmake -G Ninja -S "$work" -B "$work/$1" -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_SYSTEM_NAME="$system" "$2" >/dev/null
   cmake --build "$work/$1" >/dev/null
