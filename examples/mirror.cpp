@@ -219,6 +219,9 @@ class Mirror {
     for (int i = 0; i < maxWorkers; ++i) unlink(partial(i).c_str());
     loadRecord();
     enter("");
+    // If this run is killed, the next must not take for unchanged what it has copied: a source may
+    // become again what the former record says.
+    saveRecord();
 
     // Behind every file: one end for each worker.
     std::vector<PriorRequest> ends(settings.workers, PriorRequest(0, UINT_MAX));
@@ -293,11 +296,16 @@ class Mirror {
   // The walk: makes the directories of TARGET and queues a request for each file.
   void enter(const std::string& path) {
     attempt(path, [&] {
+      const bool keepsMode = path.empty() && !targetIsNew;
       struct stat status;
-      if (stat((source + path).c_str(), &status) != 0) throw std::runtime_error("went away");
+      if (stat(((keepsMode ? target : source) + path).c_str(), &status) != 0) {
+        throw std::runtime_error("went away");
+      }
       File made(target + path);
       if (!made.exists()) made.mkdir();
-      if (targetIsNew || !path.empty()) directories.emplace_back(path, status.st_mode);
+      if (!keepsMode || (status.st_mode & 0700) != 0700) {
+        directories.emplace_back(path, status.st_mode);
+      }
       made.setReadable(true);  // open to its owner while it is filled, a read-only one too
       made.setWritable(true);
       made.setExecutable(true);
@@ -367,7 +375,7 @@ class Mirror {
 
   const std::string source;
   const std::string target;
-  const bool targetIsNew;  // else it keeps its mode
+  const bool targetIsNew;  // else it keeps the mode it has
   const Settings& settings;
   Progress progress{settings.workers};
   RequestQueue queue{copyKey, 0};
@@ -418,7 +426,15 @@ int main(int argc, char** argv) try {
   const bool targetIsNew = !File(target).exists();
   if (!File(source).exists() || !File(source).isDirectory())
     return refuse(source + " is no directory");
-  if (targetIsNew) File(target).mkdir();
+  if (targetIsNew) {
+    // With its mode at once, which a later run would not give it, and open to its owner.
+    struct stat status;
+    umask(0);
+    if (stat(source.c_str(), &status) != 0 ||
+        mkdir(target.c_str(), (status.st_mode & 0777) | 0700) != 0) {
+      fail(target, std::strerror(errno));
+    }
+  }
   if (!File(target).isDirectory()) return refuse(target + " is no directory");
   return Mirror(source, target, targetIsNew, settings).run();
 } catch (const std::exception& error) {

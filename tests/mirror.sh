@@ -89,16 +89,27 @@ if [ "$(id -u)" -eq 0 ] && mkdir full && mount -t tmpfs -o size=512k none full 2
   umount full
 fi
 
-# Interrupted, it leaves whole files only, and goes on from there.
-mkdir many && for i in $(seq 300); do head -c 200000 /dev/zero >many/"$i"; done
-"${mirror[@]}" many cut >/dev/null 2>&1 &
-while [ ! -e cut/7 ] && kill -0 $! 2>/dev/null; do :; done
-kill -TERM $! 2>/dev/null  # a shell lets its background jobs ignore SIGINT
-wait $!
-[ $? -eq 143 ] || wrong 'not interrupted'
-[ -z "$(find cut -type f ! -name '.mirror*' ! -size 200000c)" ] || wrong "cut short: $(ls -l cut)"
+# Interrupted, it leaves whole files only, and goes on from there, also when a source goes back to what the record says.
+interrupt() {  # when the copy of many/1 has SIZE bytes: interrupt SIZE
+  "${mirror[@]}" many cut >/dev/null 2>&1 &
+  while [ "$(stat -c %s cut/1 2>/dev/null)" != "$1" ] && kill -0 $! 2>/dev/null; do :; done
+  kill -TERM $! 2>/dev/null  # a shell lets its background jobs ignore SIGINT
+  wait $!
+  [ $? -eq 143 ] || wrong 'not interrupted'
+  [ -z "$(find cut -type f ! -name '.mirror*' ! -name 1 ! -size 200000c)" ] || wrong "cut short: $(ls -l cut)"
+}
+mkdir -m 751 many && for i in $(seq 300); do head -c 200000 /dev/zero >many/"$i"; done
+head -c 9 /dev/zero >many/1 && cp -p many/1 former
+interrupt 9
 expect 0 ' files' '^$' many cut
 same many cut
+[ "$(stat -c %a cut)" = 751 ] || wrong "TARGET has not the mode of SOURCE: $(stat -c %a cut)"
+printf x >many/1 && touch many/*
+interrupt 1
+cp -p former many/1 && chmod 555 cut
+expect 0 ' files' '^$' many cut
+same many cut
+[ "$(stat -c %a cut)" = 555 ] || wrong "TARGET has lost its mode: $(stat -c %a cut)"
 
 printf 'workers=many\n' >workers && printf 'verify=yes\n' >verify
 printf 'rules=absent.csv\n' >rules && printf 'rules=bad.csv\n' >row && printf '.h,1\n.c,one\n' >bad.csv
