@@ -20,8 +20,8 @@ using vimo::util::priq::RequestQueue;
 constexpr int keys[] = {INT_MIN, 0, 7};
 constexpr std::size_t mostPushes = 2500;  // in one run, which would take too long otherwise
 
-// How often a step is done: about as often as a block or an index of blocks has room.
-constexpr int counts[] = {1, 1, 1, 2, 17, 63, 64, 65, 1023, 1024, 1025};
+// How often a step is done now and then: as often as a block or an index of blocks has room.
+constexpr int runs[] = {17, 63, 64, 65, 1023, 1024, 1025};
 
 // The priorities of a run of pushes: all equal, rising, falling, or as if by chance.
 constexpr unsigned int strides[] = {0, 1, UINT_MAX, 0x9E3779B9};
@@ -96,7 +96,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     PrioritizedQueue& queue = *PriorityQueueManager::getInstance().getNewConnection(keys[which]);
     const bool byHandle = steps.ConsumeBool();
     const int operation = steps.ConsumeIntegralInRange(0, 5);
-    const int count = steps.PickValueInArray(counts);
+    const bool once = steps.ConsumeIntegralInRange(0, 15) > 0;
+    const int count = once ? 1 : steps.PickValueInArray(runs);
     if (operation < 4) {
       for (int i = 0; i < count; ++i) {
         byHandle ? consume(handle, model, operation) : consume(queue, model, operation);
