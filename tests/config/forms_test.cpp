@@ -104,11 +104,11 @@ TEST(CommaSeparatedValues, ReadsTablesAndCutsLinesAsColumnDoes) {
   for (const Case& c : tables) EXPECT_EQ(c.contents, load(c.input)) << c.input;
 
   const std::string x(1024, 'x');
-  const Case lines[] = {{"", ""},       {"a,b", "[a][b]"},   {"a,,b", "[a][][b]"},
-                        {"a", "[a]"},   {"a,b,", "[a][b]"},  {"a,b,,", "[a][b][]"},
-                        {",", "[]"},    {"a,b\r", "[a][b]"}, {"x\ry,z", "[x][z]"},
-                        {"\r", ""},     {"a,,\r", "[a][]"},  {"x\r,\rz\r,w", "[x][][w]"},
-                        {",,", "[][]"}, {",a", "[][a]"},     {x + ",\r", "[" + x + "]"}};
+  const Case lines[] = {{"", ""},         {"a,b", "[a][b]"},   {"a,,b", "[a][][b]"},
+                        {"a\0b"s, "[a]"}, {"a,b,", "[a][b]"},  {"a,b,,", "[a][b][]"},
+                        {",", "[]"},      {"a,b\r", "[a][b]"}, {"x\ry,z", "[x][z]"},
+                        {"\r", ""},       {"a,,\r", "[a][]"},  {"x\r,\rz\r,w", "[x][][w]"},
+                        {",,", "[][]"},   {",a", "[][a]"},     {x + ",\r", "[" + x + "]"}};
   for (const Case& c : lines) {
     EXPECT_EQ(c.contents + ";", load(c.input)) << c.input;
     EXPECT_EQ(c.contents + ";;", load("#" + c.input + "\n" + c.input + "\n")) << c.input;
@@ -137,10 +137,14 @@ struct Table : CommaSeparatedValues {
   const std::vector<Case> sample = {{"a,0123456789abcdef\n", "[a][0123456789abcdef];"},
                                     {"b,,", "[a][0123456789abcdef];[b][];"}};
 };
+struct Row : CommaSeparatedValues::Column {
+  void take(std::istream& in) { cells.clear(), load(in); }
+  const std::vector<Case> sample = {{"a,", "[a]"}, {"0123456789abcdef", "[a][0123456789abcdef]"}};
+};
 
 template <class Form>
 struct Loading : testing::Test {};
-using Forms = testing::Types<Text, Binary, Table>;
+using Forms = testing::Types<Text, Binary, Table, Row>;
 TYPED_TEST_SUITE(Loading, Forms, );
 
 TYPED_TEST(Loading, LeavesTheStreamsStateAndMaskToTheCaller) {

@@ -20,9 +20,16 @@ inline std::string dump(const std::vector<std::string>& cells) {
   for (const std::string& cell : cells) all += '[' + cell + ']';
   return all;
 }
+inline std::string dump(vimo::util::config::CommaSeparatedValues::Column& row) {
+  return dump(row.cells);
+}
 inline std::string dump(vimo::util::config::CommaSeparatedValues& table) {
   std::string all;
-  for (std::uint32_t row = 0; row < table.size(); ++row) all += dump(table[row]->cells) + ';';
+  for (std::uint32_t row = 0; row < table.size(); ++row) {
+    EXPECT_EQ(table[row]->cells.size(), table.columnCount(row));
+    all += dump(*table[row]) + ';';
+  }
+  EXPECT_EQ(table.size(), table.rowCount());
   return all;
 }
 
