@@ -47,7 +47,7 @@ File File::getParent() {
   const std::string root(1, separator);
   const std::string::size_type last = abs.rfind(separator);
   if (!directory) return File(abs.substr(0, last + 1));
-  if (abs == root || last == std::string::npos) throw FileException("no parent");
+  if (abs == root) throw FileException("no parent");
   return File(last == 0 ? root : abs.substr(0, last));
 }
 
