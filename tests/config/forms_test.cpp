@@ -25,7 +25,7 @@ TEST(PropertiesText, ReadsLines) {
   for (const auto& c : cases) {
     for (const bool kept : {false, true}) {
       std::istringstream in(c.text);
-      CppProperties properties(kept);
+      CppProperties properties = kept ? CppProperties(true) : CppProperties();
       properties.read(in);
       EXPECT_EQ(kept ? c.kept : c.cut, dump(properties)) << c.text << kept;
     }
