@@ -1,0 +1,155 @@
+"""Shows objects of vimo_util in gdb, which loads this with the library.
+
+The order of a queue is known only to the debug information of the library, so
+that its requests show only if the library or its separate debug file has it.
+"""
+
+import itertools
+
+import gdb
+import gdb.printing
+
+
+def read(value):
+    """Reads `value` at once: an address that is wrong is then an error of this one child."""
+    value.fetch_lazy()
+    return value
+
+
+def check(sound):
+    """Ends what is shown of an object that is damaged or not made yet."""
+    if not sound:
+        raise gdb.MemoryError("not a sound object")
+
+
+def owned(value):
+    """The pointer to a class in a std::unique_ptr, however deep in it, or None."""
+    kind = value.type.strip_typedefs()
+    if kind.code == gdb.TYPE_CODE_PTR:
+        return value if kind.target().strip_typedefs().code == gdb.TYPE_CODE_STRUCT else None
+    found = (owned(value[field]) for field in kind.fields())
+    return next((pointer for pointer in found if pointer is not None), None)
+
+
+def slots(run):
+    """The slots of the SortedRun at `run`, which lie behind it."""
+    first, last = int(run["first"]), int(run["last"])
+    check(first <= last <= int(run["room"]))
+    start = (run + 1).cast(run.type.target().strip_typedefs().template_argument(0).pointer())
+    return (start[i] for i in range(first, last))
+
+
+def elements(vector):
+    """The length of a std::vector, and its elements with their names."""
+    start, end = vector["_M_impl"]["_M_start"], vector["_M_impl"]["_M_finish"]
+    length = int(end - start)
+    check(length >= 0)
+    return length, ((f"[{i}]", read(start[i])) for i in range(length))
+
+
+class Printer:
+    def __init__(self, value):
+        self.value = value
+
+
+class PrioritizedQueue(Printer):
+    """Maps the priority under which a request was queued to the request, the head first."""
+
+    def __init__(self, value):
+        super().__init__(value)
+        sequence = owned(value["requests"])
+        self.sequence = sequence if sequence.dereference().type.fields() else None
+
+    def to_string(self):
+        shown = ", its head shown" if self.value["headShown"] else ""
+        if self.sequence is None:
+            return f"PrioritizedQueue{shown} <no debug information of the library>"
+        return f"PrioritizedQueue of length {int(self.sequence['count'])}{shown}"
+
+    def children(self):
+        if self.sequence is None or self.sequence["count"] == 0:
+            return
+        head, later = owned(self.sequence["head"]), owned(self.sequence["later"])
+        blocks = itertools.chain([head], (entry["block"] for entry in slots(later)))
+        count = 0
+        for count, element in enumerate(itertools.chain.from_iterable(map(slots, blocks)), 1):
+            request = element["request"]
+            yield f"[{count}] priority", read(element["priority"])
+            yield f"[{count}] request", read(request.cast(request.dynamic_type).dereference())
+        check(count == self.sequence["count"])
+
+    def display_hint(self):
+        return "map"
+
+
+class RequestQueue(Printer):
+    def to_string(self):
+        return "RequestQueue"
+
+    def children(self):
+        yield "key", self.value["key"]
+        yield "queue", read(self.value["queue"].dereference())
+
+
+class CppProperties(Printer):
+    def to_string(self):
+        return "CppProperties" + (", modified" if self.value["modified"] else "")
+
+    def children(self):
+        entries = self.value["entries"]
+        tree = entries["_M_t"]["_M_impl"]
+        check(tree["_M_node_count"] == 0 or
+              tree["_M_header"]["_M_parent"]["_M_parent"] == tree["_M_header"].address)
+        printer = gdb.default_visualizer(entries)
+        return printer.children() if printer else iter([("entries", entries)])
+
+    def display_hint(self):
+        return "map" if gdb.default_visualizer(self.value["entries"]) else None
+
+
+class CommaSeparatedValues(Printer):
+    def to_string(self):
+        return f"CommaSeparatedValues of length {elements(self.value['rows'])[0]}"
+
+    def children(self):
+        for name, row in elements(self.value["rows"])[1]:
+            yield name, read(row.dereference())
+
+
+class Column(Printer):
+    def to_string(self):
+        return f"Column of length {elements(self.value['cells'])[0]}"
+
+    def children(self):
+        return elements(self.value["cells"])[1]
+
+    def display_hint(self):
+        return "array"
+
+
+class File(Printer):
+    def to_string(self):
+        return "File"
+
+    def children(self):
+        yield "path", self.value["path"]
+        yield "descriptor", "none" if self.value["fd"] == -1 else self.value["fd"]
+
+
+def whole(printer):
+    """Leaves to gdb what only the library could describe, but has no debug information."""
+    return lambda value: printer(value) if value.type.fields() else None
+
+
+printers = gdb.printing.RegexpCollectionPrettyPrinter("vimo_util")
+for scope, printer in (
+    ("", File),
+    ("config::", CppProperties),
+    ("config::", CommaSeparatedValues),
+    ("config::CommaSeparatedValues::", Column),
+    ("priq::", PrioritizedQueue),
+    ("priq::", RequestQueue),
+):
+    name = f"vimo::util::{scope}{printer.__name__}"
+    printers.add_printer(name, f"^{name}$", whole(printer))
+gdb.printing.register_pretty_printer(gdb.current_objfile(), printers, replace=True)
