@@ -9,6 +9,8 @@
 #include <fstream>
 
 #include "faults/calls.h"
+#include "vimo_util/frame/ClockCounter.h"
+#include "vimo_util/frame/ntz.h"
 #include "vimo_util/priq/PriorityQueueManager.h"
 #include "vimo_util/priq/RequestQueue.h"
 
@@ -133,7 +135,7 @@ const std::string noMemory = "std::bad_alloc";
 const std::string notFound = paths[0] + "not found"s, directoryNotFound = paths[4] + "not found"s;
 const std::string notResolved = "E: getAbsPath of "s + paths[0];
 
-void answer(World& w, int value) { w.answer = std::to_string(value); }
+void answer(World& w, long long value) { w.answer = std::to_string(value); }
 void answer(World& w, const std::ios& stream) {
   w.answer =
       (stream.eof() ? "eof " : ""s) + (stream.fail() ? "fail " : "") + (stream.bad() ? "bad" : "");
@@ -160,6 +162,12 @@ const std::vector<Operation> operations = {
   {"set another value", [](World& w) { w.properties.setProperty("number", longValue); }, noMemory},
   {"look up", [](World& w) { w.string = w.properties.getProperty(longKey); }, noMemory},
   {"look up strictly", [](World& w) { w.string = w.properties.getProperty_(longKey); }, "VIMOException 7"},
+  {"look up numbers and switches", [](World& w) {
+     answer(w, w.properties.getInt("number") + w.properties.getHEX("number") + w.properties.isOn(longKey) +
+               w.properties.getInt_("number") + w.properties.getHEX_("number") + w.properties.isOn_(longKey) +
+               w.properties.exist(longKey));
+   }, ""},
+  {"clear", [](World& w) { w.properties.clear(); }, ""},
   {"list keys", [](World& w) { w.properties.getKeys(w.strings); }, noMemory},
   {"read a text", [](World& w) { w.properties.read(w.in), answer(w, w.in); },
    noMemory + "|fail bad", {}, nullptr, {"a=" + longValue + "\n", "#\n", "b=2\n", "c=\n"}},
@@ -207,9 +215,13 @@ const std::vector<Operation> operations = {
   {"assign", [](World& w) { w.file = w.missing; }, noMemory, {}, held},
   {"set readable", [](World& w) { answer(w, w.file.setReadable(false)); }, "", {{"stat", notFound}, {"chmod", "0"}}},
 
+  {"count", [](World& w) { answer(w, ntz_hash64(40) + ntz_hash32(40) + (ClockCounter().calcCounter(1) > 0)); }, ""},
+
   {"make a queue", [](World&) { priq::PrioritizedQueue(0); }, noMemory},
   {"push", [](World& w) { w.queue.push(&w.requests[0]); }, noMemory},
   {"push behind a shown head", [](World& w) { w.queue.push(&w.requests[0]); }, noMemory, {}, shown},
+  {"look", [](World& w) { answer(w, w.queue.tryWait(w.requests[1].id) != nullptr); }, ""},
+  {"pop", [](World& w) { w.queue.pop(); }, "", {}, shown},
   {"look and wait", [](World& w) { w.queue.top(w.requests[1].id); }, "", {}, served},
   {"take and wait", [](World& w) { w.queue.recvWaitAndDequeue(w.requests[1].id); }, "", {}, served},
   {"connect", [](World& w) { priq::PriorityQueueManager::getInstance().getNewConnection(w.key); },
