@@ -1,11 +1,11 @@
 #!/bin/bash
 # Builds the packages for amd64 and armhf from a copy of SOURCE in TARGET, and once more elsewhere: later, by another
-# clock and mask, with one job. Both must be equal byte for byte: twice.sh SOURCE TARGET
+# clock and file mask, with one job. Both must be equal byte for byte: twice.sh SOURCE TARGET
 set -euo pipefail
 source=$1 target=$2 elsewhere=$(mktemp -d)/else/where
 
 build() {
-  cp -r "$source" "$1" && cd "$1/${source##*/}"
+  cp -r --preserve=mode "$source" "$1" && cd "$1/${source##*/}"
   dpkg-buildpackage -us -uc && dpkg-buildpackage -us -uc -B -aarmhf -Pcross,nocheck
 }
 logged() {
