@@ -33,9 +33,10 @@ class VIMO_UTIL_API CommaSeparatedValues {
     // were complete, and drops none.
     std::istream& load(std::istream& in);
 
-    std::vector<std::string> cells;
+    std::vector<std::string> cells;  // from left to right, the caller's to change
   };
 
+  // A table without rows.
   CommaSeparatedValues();
   virtual ~CommaSeparatedValues();
 

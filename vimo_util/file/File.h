@@ -42,18 +42,28 @@ namespace util {
 //             object as it was, unless said otherwise.
 class VIMO_UTIL_API File {
  public:
+  // An object without a descriptor.
   explicit File(std::string path) : fd(-1), separator('/'), path(std::move(path)) {}
+
+  // The same path, without a descriptor.
   File(const File& other) : fd(-1), separator(other.separator), path(other.path) {}
+
+  // Takes over the path and the descriptor.
   File(File&& other) noexcept
       : fd(other.fd), separator(other.separator), path(std::move(other.path)) {
     other.fd = -1;
   }
+
+  // Flushes and closes the descriptor, if there is one.
   virtual ~File() { closeHeld(true); }
 
+  // Takes the path, and closes the descriptor held until now.
   File& operator=(const File& other) {
     if (this != &other) *this = File(other);
     return *this;
   }
+
+  // The same, and takes over the descriptor of `other`.
   File& operator=(File&& other) noexcept {
     File taken(std::move(other));  // and then what this object held, to be closed
     std::swap(fd, taken.fd);
@@ -61,6 +71,8 @@ class VIMO_UTIL_API File {
     return *this;
   }
 
+  // The path as it was given, or as renameTo() left it. Good until the object
+  // changes or ends.
   const std::string& getPath() const { return path; }
 
   // Whether something lies at the path; false also when it cannot be told.
@@ -70,7 +82,8 @@ class VIMO_UTIL_API File {
   // size exceeds 2147483647.
   int length();
 
-  // Throw "PATHnot found". A device, FIFO or socket is neither.
+  // Whether a directory, or a regular file, lies at the path; a device, FIFO or
+  // socket is neither. Throw "PATHnot found".
   bool isDirectory();
   bool isFile();
 

@@ -14,6 +14,7 @@ namespace util {
 // kept: no error number, and a path only where the text holds it.
 class VIMO_UTIL_API FileException : public std::exception {
  public:
+  // `message` is what what() will say.
   explicit FileException(std::string message) : message(std::move(message)) {}
 
   // Valid as long as the exception lives.

@@ -14,6 +14,7 @@
 // Errors   none; nothing allocates.
 class VIMO_UTIL_API ClockCounter {
  public:
+  // A counter that is available.
   ClockCounter();
   virtual ~ClockCounter();
 
@@ -28,7 +29,7 @@ class VIMO_UTIL_API ClockCounter {
   std::int64_t calcCounter(int ms) const;
 
  protected:
-  bool avail;
+  bool avail;             // what isAvail() says; true from the constructor
   double ticksPerSecond;  // for derived classes; the library does not read it
 };
 

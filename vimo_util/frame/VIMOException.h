@@ -16,13 +16,14 @@
 //   0x1E0002  load           any other failure while the file is read
 class VIMO_UTIL_API VIMOException : public std::exception {
  public:
+  // Takes any code, so that a client may throw its own.
   explicit VIMOException(unsigned int code) : code(code), message("VIMOException") {}
   ~VIMOException() noexcept override = default;
 
   // "VIMOException" for every code; good for as long as the object lives.
   const char* what() const noexcept override { return message.c_str(); }
 
-  unsigned int code;
+  unsigned int code;  // one of the table above where the library threw it
 
  private:
   std::string message;

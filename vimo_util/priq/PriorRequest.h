@@ -15,6 +15,7 @@ namespace priq {
 //            it; its fields may be changed before a push and after a removal.
 class VIMO_UTIL_API PriorRequest {
  public:
+  // A request that has no id yet.
   PriorRequest(int clientValue, unsigned int priority);
   virtual ~PriorRequest() {}
 

@@ -42,6 +42,7 @@ class VIMO_UTIL_API PrioritizedQueue {
   // an operation.
   virtual ~PrioritizedQueue() {}
 
+  // A queue cannot be copied.
   PrioritizedQueue(const PrioritizedQueue&) = delete;
   PrioritizedQueue& operator=(const PrioritizedQueue&) = delete;
 

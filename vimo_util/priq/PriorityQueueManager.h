@@ -30,8 +30,10 @@ class VIMO_UTIL_API PriorityQueueManager {
     return singleton;
   }
 
+  // Leaves the queues alive.
   virtual ~PriorityQueueManager() {}
 
+  // The instance cannot be copied.
   PriorityQueueManager(const PriorityQueueManager&) = delete;
   PriorityQueueManager& operator=(const PriorityQueueManager&) = delete;
 

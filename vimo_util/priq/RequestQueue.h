@@ -16,8 +16,6 @@ namespace priq {
 //            process exit, and used to the very end of the process.
 // Threads    every operation is safe from any thread; an assignment is not.
 // Errors     std::bad_alloc from the constructor and from push().
-//
-// The operations are those of PrioritizedQueue, which says what each does.
 class VIMO_UTIL_API RequestQueue {
  public:
   // Finds the queue of `key`, or makes it. `queueParam` has no effect.
@@ -28,6 +26,7 @@ class VIMO_UTIL_API RequestQueue {
   // queues it. It must not be in any queue yet.
   void push(unsigned int id, PriorRequest* request);
 
+  // As those of PrioritizedQueue, on the queue of the key.
   PriorRequest* tryWait(unsigned int& id);
   PriorRequest* top(unsigned int& id);
   void pop();
