@@ -1,8 +1,7 @@
 // Files, the clock and the trailing-zero count beside what a user would write
-// instead. Files lie in memory, in a directory below BENCH_DIRECTORY or
-// /dev/shm. Names read row/contestant; a contestant counts once its result has
-// been found right. "bare" makes the system calls that the library's rules ask
-// for, and no more.
+// instead. Files lie in memory. Names read row/contestant; a contestant counts
+// once its result has been found right. "bare" makes the system calls that the
+// library's rules ask for, and no more.
 
 #include "vimo_util/file/File.h"
 
@@ -230,8 +229,7 @@ void addCounts() {
 }  // namespace
 
 int main(int argc, char** argv) {
-  const char* const given = getenv("BENCH_DIRECTORY");
-  std::string directory = std::string(given ? given : "/dev/shm") + "/file_bench.XXXXXX";
+  std::string directory = "/dev/shm/file_bench.XXXXXX";
   if (!mkdtemp(&directory[0])) return 1;
   addFiles(directory, "1 KiB", 1 << 10);
   addFiles(directory, "1 MiB", 1 << 20);

@@ -74,7 +74,7 @@ const std::vector<int>& errorsOf(const std::string& name) {
       {"fflush", {EIO, ENOSPC, EPIPE}},
       {"fstat", {EIO, ENOMEM, EOVERFLOW}},
       {"mkdir", with({EDQUOT, EEXIST, EMLINK, ENOSPC, EPERM, EROFS})},
-      {"open", with({EINTR, EISDIR, EMFILE, ENFILE, ENXIO, EPERM, EROFS, ETXTBSY})},
+      {"open", with({EDQUOT, EINTR, EISDIR, EMFILE, ENFILE, ENOSPC, ENXIO, EPERM, EROFS, ETXTBSY})},
       {"opendir", with({EMFILE, ENFILE})},
       {"read", {EAGAIN, EINTR, EIO, EISDIR}},
       {"readdir", {EIO, ENOENT}},

@@ -65,6 +65,7 @@ World::World(const Operation& operation)
       fresh(paths[2]),
       missing(paths[3]),
       directory(paths[4]),
+      root("/"),
       queue(0),
       key(++keys),
       in(&buffer),
@@ -148,6 +149,11 @@ void shown(World& w) {
   for (std::size_t i = 1; i < w.requests.size(); ++i) w.queue.push(&w.requests[i]);
   w.queue.tryWait(id);
 }
+void connected(World& w) {
+  priq::RequestQueue handle(w.key, 1);
+  handle.push(6, &w.requests[0]);  // the first takes memory
+  handle.pop();
+}
 void served(World& w) {
   w.queue.push(&w.requests[0]);  // which needs no more memory from then on
   w.queue.pop();
@@ -181,6 +187,7 @@ const std::vector<Operation> operations = {
    noMemory, {}, nullptr, {"\50\0\0\0"s + longValue}},
   {"put a string", [](World& w) { w.properties.put(w.out, longValue), answer(w, w.out); }, "", {}, nullptr, {}, true},
   {"load a table", [](World& w) { answer(w, w.table.load("config")); }, noMemory, {{"open", "0"}, {"read", "1", EINTR}}},
+  {"move a table", [](World& w) { config::CommaSeparatedValues moved(std::move(w.table)); }, ""},
   {"load rows", [](World& w) { w.table.load(w.in), answer(w, w.in); },
    noMemory, {}, nullptr, {longValue + ",1\n", "\n", "#" + longValue + "\n", "a,,\n"}},
   {"load cells", [](World& w) { w.column.load(w.in), answer(w, w.in); },
@@ -213,7 +220,22 @@ const std::vector<Operation> operations = {
    {{"open", "-1"}, {"fstat", "-1"}, {"read", "copy: read error"}, {"write", "copy: write error"}}, held},
   {"close", [](World& w) { File(std::move(w.file)); }, "", {}, held},
   {"assign", [](World& w) { w.file = w.missing; }, noMemory, {}, held},
+  {"copy it", [](World& w) { w.files.push_back(w.file); }, noMemory, {}, held},
   {"set readable", [](World& w) { answer(w, w.file.setReadable(false)); }, "", {{"stat", notFound}, {"chmod", "0"}}},
+  {"set writable", [](World& w) { answer(w, w.file.setWritable(false)); }, "", {{"stat", notFound}, {"chmod", "0"}}},
+  {"set executable", [](World& w) { answer(w, w.file.setExecutable(true)); }, "", {{"stat", notFound}, {"chmod", "0"}}},
+  {"set readable for all", [](World& w) { answer(w, w.file.setReadableAll(false)); }, "", {{"stat", notFound}, {"chmod", "0"}}},
+  {"set writable for all", [](World& w) { answer(w, w.file.setWritableAll(false)); }, "", {{"stat", notFound}, {"chmod", "0"}}},
+  {"set executable for all", [](World& w) { answer(w, w.file.setExecutableAll(true)); }, "", {{"stat", notFound}, {"chmod", "0"}}},
+
+  {"length, missing", [](World& w) { w.missing.length(); }, noMemory},
+  {"parent of the root", [](World& w) { w.root.getParent(); }, "",
+   {{"stat", "/not found"}, {"realpath", "E: getAbsPath of /"}}},
+  {"list a file", [](World& w) { w.file.listFiles(w.files); }, noMemory, {{"stat", notFound}}},
+  {"make what is there", [](World& w) { w.directory.mkdir(); }, noMemory},
+  {"touch a directory", [](World& w) { w.directory.touch(); }, noMemory},
+  {"delete a directory", [](World& w) { w.directory.deleteThis(); }, ""},
+  {"rename, missing", [](World& w) { w.missing.renameTo(w.fresh); }, noMemory},
 
   {"count", [](World& w) { answer(w, ntz_hash64(40) + ntz_hash32(40) + (ClockCounter().calcCounter(1) > 0)); }, ""},
 
@@ -226,5 +248,13 @@ const std::vector<Operation> operations = {
   {"take and wait", [](World& w) { w.queue.recvWaitAndDequeue(w.requests[1].id); }, "", {}, served},
   {"connect", [](World& w) { priq::PriorityQueueManager::getInstance().getNewConnection(w.key); },
    noMemory, {}, nullptr, {}, false, true},
+  {"push by a handle", [](World& w) { priq::RequestQueue(w.key, 1).push(7, &w.requests[0]); },
+   noMemory, {}, [](World& w) { priq::RequestQueue(w.key, 1); }, {}, false, true},
+  {"use a handle", [](World& w) {
+     priq::RequestQueue handle(w.key, 1);
+     unsigned int& id = w.requests[2].id;
+     handle.push(7, &w.requests[0]), handle.push(8, &w.requests[1]);
+     answer(w, handle.top(id) == handle.tryWait(id)), handle.pop(), handle.recvWaitAndDequeue(id);
+   }, "", {}, connected, {}, false, true},
   {"connect a handle", [](World& w) { priq::RequestQueue(w.key, 1); }, noMemory, {}, nullptr, {}, false, true},
 };

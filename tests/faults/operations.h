@@ -40,7 +40,7 @@ struct World {
   vimo::util::config::CppProperties properties;
   vimo::util::config::CommaSeparatedValues table;
   vimo::util::config::CommaSeparatedValues::Column column;
-  vimo::util::File file, twin, fresh, missing, directory;
+  vimo::util::File file, twin, fresh, missing, directory, root;
   std::vector<vimo::util::File> files;
   std::vector<std::string> strings;
   std::string string, answer;  // what the operation has returned, if anything

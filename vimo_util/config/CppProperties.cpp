@@ -46,8 +46,8 @@ CppProperties::CppProperties(bool keepInlineHash)
 CppProperties::~CppProperties() {}
 
 std::string CppProperties::getProperty(const std::string& key) {
-  const std::string* const value = find(entries, key);
-  return value ? *value : std::string();
+  const auto found = entries.find(key);
+  return found == entries.end() ? std::string() : found->second;
 }
 
 bool CppProperties::exist(const std::string& key) { return find(entries, key); }

@@ -24,7 +24,7 @@ class Room : private std::streambuf {
 };
 
 // Puts a short string straight into the room of `out`; false, and nothing done, if
-// it does not fit, or if a write is to flush. This halves the time of save().
+// it does not fit, or if a write is to flush. This makes save() the faster.
 bool putInRoom(std::ostream& out, Length length, const char* bytes) {
   const Length size = sizeof length + length;
   if (length > 1000 || !out.good() || out.tie() || (out.flags() & std::ios::unitbuf)) return false;

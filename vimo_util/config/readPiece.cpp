@@ -14,7 +14,7 @@ namespace {
 const int eof = std::char_traits<char>::eof();
 
 // The bytes that a stream buffer holds ready. A copy through sbumpc() alone would
-// take three times as long.
+// take much longer.
 class Ready : private std::streambuf {
  public:
   static const char* begin(std::streambuf& buffer) { return (buffer.*&Ready::gptr)(); }

@@ -11,7 +11,8 @@ namespace vimo {
 namespace util {
 
 // What a File could not do, as one text; File tells the texts. Nothing else is
-// kept: no error number, and a path only where the text holds it.
+// kept: no error number, and a path only where the text holds it. To make or to
+// copy one takes memory, and throws std::bad_alloc where there is none.
 class VIMO_UTIL_API FileException : public std::exception {
  public:
   // `message` is what what() will say.
