@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <fstream>
 #include <sstream>
 
 #include "config/outcome.h"
@@ -60,15 +61,42 @@ TEST(CppProperties, WritesBothFormsIntoWhatRoomThereIs) {
     EXPECT_EQ(binary.substr(0, room), records.bytes);
   }
   EXPECT_TRUE(properties.isModified());
+}
 
-  // A string is two writes, which a stream that flushes for each lets be seen.
-  Narrow tied(0), flushed(99);
-  std::ostream other(&tied), save(&flushed);
-  save.tie(&other);
-  save.setf(std::ios::unitbuf);
-  properties.save(save);
-  EXPECT_EQ(8, tied.flushes);
-  EXPECT_EQ(8, flushed.flushes);
+std::string contentOf(const std::string& path) {
+  std::ostringstream content;
+  content << std::ifstream(path).rdbuf();
+  return content.str();
+}
+
+TEST(PropertiesBinary, SavesToFilesWithAnyRoom) {
+  const std::string path = testing::TempDir() + "saved", key(8, 'k'), value(7, 'v');
+  const std::string binary = "\10\0\0\0"s + key + "\7\0\0\0"s + value;
+  CppProperties properties;
+  properties.setProperty(key, value);
+  for (std::size_t room = 1; room <= binary.size() + 1; ++room) {
+    std::vector<char> area(room);
+    std::filebuf file;
+    file.pubsetbuf(area.data(), static_cast<std::streamsize>(room));
+    file.open(path, std::ios::out);
+    std::ostream out(&file);
+    properties.save(out);
+    file.close();
+    EXPECT_EQ(binary, contentOf(path)) << room;
+  }
+
+  // A string is two writes, each of which flushes a tied stream, and its own if so wished.
+  Narrow tied(0);
+  std::ostream other(&tied);
+  std::ofstream out(path);
+  out.tie(&other);
+  properties.save(out);
+  EXPECT_EQ(4, tied.flushes);
+  out.tie(nullptr);
+  out.setf(std::ios::unitbuf);
+  properties.save(out);
+  EXPECT_EQ(binary + binary, contentOf(path));
+  unlink(path.c_str());
 }
 
 TEST(PropertiesBinary, GetsWhatWasPutAndBelievesNoLength) {
@@ -87,13 +115,27 @@ TEST(PropertiesBinary, GetsWhatWasPutAndBelievesNoLength) {
   }
 }
 
+// Delivers byte by byte, out of no buffer.
+struct Unbuffered : std::streambuf {
+  explicit Unbuffered(const std::string& bytes) : bytes(bytes) {}
+  int underflow() override { return next < bytes.size() ? bytes[next] : EOF; }
+  int uflow() override { return next < bytes.size() ? bytes[next++] : EOF; }
+  std::string bytes;
+  std::size_t next = 0;
+};
+
 // The rows of `text`, once they have moved to another table.
 std::string load(const std::string& text) {
   std::istringstream in(text);
+  Unbuffered bytes(text);
+  std::istream single(&bytes);
   CommaSeparatedValues loaded, table;
-  EXPECT_EQ(&in, &loaded.load(in));
+  loaded.load(single);
   table = std::move(loaded);
-  return dump(table);
+  const std::string rows = dump(table);
+  EXPECT_EQ(&in, &table.load(in));
+  EXPECT_EQ(rows, dump(table)) << text;
+  return rows;
 }
 
 TEST(CommaSeparatedValues, ReadsTablesAndCutsLinesAsColumnDoes) {

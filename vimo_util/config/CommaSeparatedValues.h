@@ -22,7 +22,8 @@ namespace config {
 //            that is empty is no cell, so that an empty line is a row without one.
 // Threads    a loaded table may be read from several threads; a load needs the
 //            table for itself.
-// Errors     std::bad_alloc from a load; the rows that were complete stay.
+// Errors     from a load std::bad_alloc, and what the stream's exceptions mask
+//            asks for; the rows that were complete stay.
 class VIMO_UTIL_API CommaSeparatedValues {
  public:
   // A row of the table: its cells from left to right.

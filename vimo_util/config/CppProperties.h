@@ -26,7 +26,9 @@ namespace config {
 // Threads    lookups and getKeys() may run side by side while nobody changes the
 //            object; all else needs the caller's exclusion.
 // Errors     what is not said below passes through as a standard exception.
-//            Trouble with a stream shows in the stream's state alone.
+//            Trouble with a stream shows in the stream's state, and as its
+//            exceptions mask asks for it; read() tells so too that memory ran out
+//            for a line.
 class VIMO_UTIL_API CppProperties {
  public:
   // `keepInlineHash`: whether read() takes a `#` behind the first column of a
@@ -77,8 +79,8 @@ class VIMO_UTIL_API CppProperties {
   // The text form: lines `key=value`, cut at the first `=`. Spaces around key
   // and value are dropped; a line that starts with `#` or has no `=` is ignored;
   // of two lines with one key the later counts. Nothing is escaped: a key or
-  // value with a newline, a `#` or outer spaces, or a key with `=`, does not
-  // survive write() and read().
+  // value with a newline, outer spaces or a `#` that starts a comment, or a key
+  // with `=`, does not survive write() and read().
 
   // Replaces all entries by those of the text on `in`, from where it stands to
   // its end, where `in` is left in a failed state. When `in` fails earlier, the
@@ -107,7 +109,7 @@ class VIMO_UTIL_API CppProperties {
 
   // One string of the binary form. put() of a string of 4 GiB or more writes
   // nothing and sets failbit. get() replaces `value`; when `in` fails, `value`
-  // holds the bytes of the string that `in` gave.
+  // holds no other bytes than `in` gave.
   static void put(std::ostream& out, const std::string& value);
   static void get(std::istream& in, std::string& value);
 

@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <istream>
+#include <memory>
 #include <streambuf>
 #include <string>
 
@@ -21,7 +22,7 @@ namespace config {
 class InputFile : private std::streambuf {
  public:
   explicit InputFile(const std::string& path)
-      : descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC)), in(this) {
+      : bytes(new char[size]), descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC)), in(this) {
     if (descriptor == -1) in.setstate(std::ios::failbit);
   }
   ~InputFile() {
@@ -35,16 +36,17 @@ class InputFile : private std::streambuf {
   int_type underflow() override {
     ssize_t count;
     do {
-      count = ::read(descriptor, bytes, sizeof bytes);
+      count = ::read(descriptor, bytes.get(), size);
     } while (count == -1 && errno == EINTR);
     if (count == -1) throw std::ios::failure("read error");
-    setg(bytes, bytes, bytes + count);
+    setg(bytes.get(), bytes.get(), bytes.get() + count);
     return count == 0 ? traits_type::eof() : traits_type::to_int_type(bytes[0]);
   }
 
+  static constexpr std::size_t size = 8192;
+  const std::unique_ptr<char[]> bytes;  // not on the stack, which may be small
   const int descriptor;
   std::istream in;
-  char bytes[8192];
 };
 
 }  // namespace config

@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <cstring>
+#include <fstream>
 #include <limits>
+#include <sstream>
+#include <typeinfo>
 
 #include "vimo_util/config/CppProperties.h"
 #include "vimo_util/config/store.h"
@@ -23,12 +26,16 @@ class Room : private std::streambuf {
   static void fill(std::streambuf& buffer, int count) { (buffer.*&Room::pbump)(count); }
 };
 
-// Puts a short string straight into the room of `out`; false, and nothing done, if
-// it does not fit, or if a write is to flush. This makes save() the faster.
+// Puts a short string straight into the room of `out`, which makes save() faster;
+// false, and nothing done, if it does not fit, if a write is to flush, or if a
+// buffer of the client's own may want to see the write.
 bool putInRoom(std::ostream& out, Length length, const char* bytes) {
   const Length size = sizeof length + length;
   if (length > 1000 || !out.good() || out.tie() || (out.flags() & std::ios::unitbuf)) return false;
   std::streambuf& buffer = *out.rdbuf();
+  if (typeid(buffer) != typeid(std::filebuf) && typeid(buffer) != typeid(std::stringbuf)) {
+    return false;
+  }
   char* const room = Room::begin(buffer);
   if (Room::end(buffer) - room < static_cast<std::ptrdiff_t>(size)) return false;
   std::memcpy(room, &length, sizeof length);

@@ -34,9 +34,7 @@ void loadFile(CppProperties& properties, const std::string& path) throw(VIMOExce
     if (file.stream().bad()) throw VIMOException(0x1E0002);
   } catch (const VIMOException&) {
     throw;
-  } catch (...) {
-    // A cancelled thread unwinds by what is no exception; nothing may stop it.
-    if (!std::current_exception()) throw;
+  } catch (const std::exception&) {  // and not all: nothing may stop a cancelled thread
     throw VIMOException(0x1E0002);
   }
 }

@@ -58,7 +58,7 @@ void readPiece(std::istream& in, char delimiter, std::string& piece) {
     piece.push_back(std::char_traits<char>::to_char_type(c));
     const char* const begin = Ready::begin(buffer);
     const char* const end = begin + std::min<std::ptrdiff_t>(Ready::end(buffer) - begin, INT_MAX);
-    const void* const found = std::memchr(begin, delimiter, end - begin);
+    const void* const found = begin < end ? std::memchr(begin, delimiter, end - begin) : nullptr;
     const char* const stop = found ? static_cast<const char*>(found) : end;
     piece.append(begin, stop);
     Ready::skip(buffer, stop - begin);

@@ -22,7 +22,8 @@ namespace util {
 //
 // Path        kept as given: relative or absolute, perhaps empty, never checked.
 //             Making an object touches nothing, so nothing need exist there.
-//             Links are followed, but deleteThis() and renameTo() take the link.
+//             Links are followed, but deleteThis(), renameTo() and mkdir() take
+//             the link.
 // Descriptor  compareTo() and copyTo() open the file when the object has no
 //             descriptor yet, and leave it open in the object: later ones go on
 //             from the position that the last read or write reached. Nothing
@@ -129,8 +130,8 @@ class VIMO_UTIL_API File {
 
   // Gives the file the path of `other` and replaces what lies there. First
   // closes the descriptor of `other`, with a flush, and it stays closed on a
-  // failure; that of this object stays open on the file. Afterwards both have
-  // the same path. Throws "rename failed".
+  // failure; that of this object, if it is another, stays open on the file.
+  // Afterwards both have the same path. Throws "rename failed".
   void renameTo(File& other);
 
   // 0 if no difference was found before either side ended; else the difference

@@ -98,8 +98,9 @@ class CppProperties(Printer):
     def children(self):
         entries = self.value["entries"]
         tree = entries["_M_t"]["_M_impl"]
-        check(tree["_M_node_count"] == 0 or
-              tree["_M_header"]["_M_parent"]["_M_parent"] == tree["_M_header"].address)
+        header = tree["_M_header"]
+        check(tree["_M_node_count"] == 0 or header.address is None or
+              header["_M_parent"]["_M_parent"] == header.address)
         printer = gdb.default_visualizer(entries)
         return printer.children() if printer else iter([("entries", entries)])
 

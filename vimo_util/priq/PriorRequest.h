@@ -11,8 +11,9 @@ namespace priq {
 //
 // Ownership  the client's from first to last: a queue only borrows a pointer,
 //            and nothing in the library copies or destroys a request.
-// Threads    none of its own: while a request is queued, only the queue reads
-//            it; its fields may be changed before a push and after a removal.
+// Threads    none of its own: while a request is queued, the queue and a
+//            consumer to whom it was shown read it; its fields may be changed
+//            before a push and after a removal.
 class VIMO_UTIL_API PriorRequest {
  public:
   // A request that has no id yet.

@@ -27,7 +27,7 @@ class RequestSequence;
 //            leaves the queue as it was.
 // Cost       push() makes logarithmically many comparisons and moves at most some
 //            64 waiting requests, and now and then an index of one entry for
-//            that many; all else takes constant time.
+//            that many; a look and a removal take constant time.
 //
 // A consumer calls recvWaitAndDequeue(), or looks with top() or tryWait(),
 // works, and calls pop(). Nothing ties a pop() to a look, so several consumers
