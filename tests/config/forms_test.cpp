@@ -109,8 +109,13 @@ TEST(PropertiesBinary, GetsWhatWasPutAndBelievesNoLength) {
     CppProperties::get(stream, value);
     EXPECT_EQ(text, value);
     stream.write("\377\377\377\377", 4).write(text.data(), size);
+    Narrow tied(0);
+    std::ostream other(&tied);
+    stream.tie(&other);
     CppProperties::get(stream, value);
     EXPECT_EQ(text, value);
+    // For the length, for every five bytes, and at the end.
+    EXPECT_EQ(static_cast<int>(size / 5 + 2), tied.flushes);
     EXPECT_LT(value.capacity(), 2 * size + 2000);
   }
 }
