@@ -137,7 +137,7 @@ std::string load(const std::string& text) {
   CommaSeparatedValues loaded, table;
   loaded.load(single);
   table = std::move(loaded);
-  const std::string rows = dump(table);
+  std::string rows = dump(table);
   EXPECT_EQ(&in, &table.load(in));
   EXPECT_EQ(rows, dump(table)) << text;
   return rows;
