@@ -69,7 +69,9 @@ void cancel(std::function<void()>& body) {
     return nullptr;
   };
   EXPECT_EQ(0, pthread_create(&thread, nullptr, start, &body));
-  EXPECT_EQ(0, pthread_join(thread, nullptr));
+  void* end;
+  EXPECT_EQ(0, pthread_join(thread, &end));
+  EXPECT_EQ(PTHREAD_CANCELED, end);
 }
 
 // Runs it in a new world, and in a thread of its own if that is to be cancelled.
