@@ -85,7 +85,7 @@ const std::vector<int>& errorsOf(const std::string& name) {
       {"write", {EAGAIN, EDQUOT, EFBIG, EINTR, EIO, ENOSPC, EPIPE}},
   };
   static const std::vector<int> none;
-  const auto found = errors.find(name);
+  const auto found = errors.find(name.substr(0, name.find(',')));
   return found == errors.end() ? none : found->second;
 }
 
@@ -103,7 +103,10 @@ using calls::real;
 extern "C" {
 
 int open(const char* path, int flags, ...) {
-  return meets("open") ? -1 : openat(AT_FDCWD, path, flags, 0666);  // the one mode in use
+  const char* const name = flags & O_CLOEXEC  ? "open, not for children"
+                           : flags & O_NOCTTY ? "open, not as the terminal"
+                                              : "open";
+  return meets(name) ? -1 : openat(AT_FDCWD, path, flags, 0666);  // the one mode in use
 }
 int creat(const char* path, mode_t mode) {
   return meets("creat") ? -1 : openat(AT_FDCWD, path, O_CREAT | O_WRONLY | O_TRUNC, mode);

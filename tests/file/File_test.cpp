@@ -44,7 +44,7 @@ printf abcd >a; printf 123456 >b; printf ABCD >c; : >empty; ln a hard; ln -s a l
 printf old >old; touch -d @4102444800 old  # in 2100
 seq 650 >blocks; sed s/640/641/ blocks >greater; printf x >readonly; chmod 555 readonly
 truncate -s 2147483647 largest; truncate -s 2147483649 larger; mkfifo fifo; ln -s gone nowhere
-mkdir -p dir/sub; touch dir/file dir/.hidden dir/...; ln -s dir/file longer_link; ln -s dir/sub to_sub
+mkdir -p dir/sub; touch dir/file dir/.hidden dir/... dir/-; ln -s dir/file longer_link; ln -s dir/sub to_sub
 )";
 constexpr char fill[] = "rm -rf ./* && cp -a .all/* .";
 
@@ -176,7 +176,7 @@ TEST_F(FileTest, TellsWhatLiesAtAPath) {
       {"kind fifo, kind gone, kind nowhere", "100, 0gonenot found, 0nowherenot found"},
       {"length link, length fifo, length, length old", "4, 0, not found, 3"},
       {"length largest, length larger", "2147483647, length failed, larger"},
-      {"can a, can readonly, can gone", "110, 101, 000"},
+      {"can a, can readonly, can /root, can gone", "110, 101, 000, 000"},
       {"readable readonly, readable /, readable gone", "1, 0, gonenot found"},
       {"absolute dir/../link, absolute gone", "HERE/a, E: getAbsPath of gone"},
       {"parent dir/file, parent longer_link", "HERE/dir/, HERE/dir/"},
@@ -188,7 +188,7 @@ TEST_F(FileTest, TellsWhatLiesAtAPath) {
 
 TEST_F(FileTest, ListsAndMakes) {
   check({
-      {"list dir first, list dir/sub first", "first ... .hidden file sub , first "},
+      {"list dir first, list dir/sub first", "first - ... .hidden file sub , first "},
       {"list gone, list a, list /root",
        "gonenot found, illegal operation, listFiles, dir open failed"},
       {"mkdir new, mode new, mkdir new", "ok, 770, mkdir failed, new"},
@@ -230,7 +230,7 @@ TEST_F(FileTest, ComparesAndCopiesFromWhereItStands) {
       {"copy a new, content new, mode new", "4 +2 flushed, abcd, 666"},
       {"copy a b, copy c b, content b", "4 +2 flushed, 4 +1 flushed, abcdABCD"},
       {"copy a b, copy a b, copy2 a b", "4 +2 flushed, 0 flushed, 4 flushed"},
-      {"copy a b, compare ./c a, compare a ./c", "4 +2 flushed, 0 +1, 0"},
+      {"copy a b, compare a ./c, compare ./c a", "4 +2 flushed, 0 +1, 0"},
       {"copy a b, compare c b, compare b c", "4 +2 flushed, copy: read error +1, copy: read error"},
       {"copy a b, copy b c, copy a c", "4 +2 flushed, copy: read error, 0 +1 flushed"},
       {"copy blocks /dev/full, copy blocks /dev/full, compare blocks ./blocks",

@@ -7,10 +7,12 @@
 #include <string>
 
 #include "vimo_util/priq/PrioritizedQueue.h"
+#include "vimo_util/priq/PriorityQueueManager.h"
 
 namespace {
 
 using vimo::util::priq::PrioritizedQueue;
+using vimo::util::priq::PriorityQueueManager;
 using vimo::util::priq::PriorRequest;
 
 int locksHeld, locksTaken;
@@ -52,14 +54,14 @@ TEST(Wakeups, AWaitLooksAgainAndADestructorLeavesTheLocksAlone) {
 }
 
 TEST(Wakeups, OneBroadcastUnderTheLockWhenAPushEndsEmptiness) {
-  // + push, ? tryWait, ^ top, - pop, = recvWaitAndDequeue
+  // + push, ? tryWait, ^ top, - pop, = recvWaitAndDequeue, * a connection to another
   const struct {
     const char* steps;
     const char* wakeups;
   } cases[] = {
       {"+", "B"},      {"++", "B"},      {"+?+", "B"},      {"+^+", "B"},
       {"+-+", "BB"},   {"+=+", "BB"},    {"++--+", "BB"},   {"++-+", "B"},
-      {"+?-?+", "BB"}, {"++?=+=+", "B"}, {"+++===+", "BB"}, {"?", ""},
+      {"+?-?+", "BB"}, {"++?=+=+", "B"}, {"+++===+", "BB"}, {"?*", ""},
   };
   for (const auto& c : cases) {
     PrioritizedQueue queue(0);
@@ -73,6 +75,7 @@ TEST(Wakeups, OneBroadcastUnderTheLockWhenAPushEndsEmptiness) {
         case '?': queue.tryWait(id); break;
         case '^': queue.top(id); break;
         case '-': queue.pop(); break;
+        case '*': PriorityQueueManager::getInstance().getNewConnection(1); break;
         default: queue.recvWaitAndDequeue(id);
           // clang-format on
       }
