@@ -139,6 +139,7 @@ std::string load(const std::string& text) {
   table = std::move(loaded);
   std::string rows = dump(table);
   EXPECT_EQ(&in, &table.load(in));
+  EXPECT_EQ(text.empty() || text.back() == '\n', in.fail()) << text;
   EXPECT_EQ(rows, dump(table)) << text;
   return rows;
 }
@@ -204,6 +205,7 @@ TYPED_TEST(Loading, LeavesTheStreamsStateAndMaskToTheCaller) {
     failed.setstate(bit);
     form.take(failed);
     EXPECT_EQ("", dump(form));
+    EXPECT_EQ(form.sample[0].input[0], failed.rdbuf()->sgetc());
   }
 }
 
