@@ -230,6 +230,7 @@ TEST_F(FileTest, ComparesAndCopiesFromWhereItStands) {
       {"copy a new, content new, mode new", "4 +2 flushed, abcd, 666"},
       {"copy a b, copy c b, content b", "4 +2 flushed, 4 +1 flushed, abcdABCD"},
       {"copy a b, copy a b, copy2 a b", "4 +2 flushed, 0 flushed, 4 flushed"},
+      {"compare b a, destroy b, copy a c", "2 +2, ok -1 flushed, 4 +1 flushed"},
       {"copy a b, compare a ./c, compare ./c a", "4 +2 flushed, 0 +1, 0"},
       {"copy a b, compare c b, compare b c", "4 +2 flushed, copy: read error +1, copy: read error"},
       {"copy a b, copy b c, copy a c", "4 +2 flushed, copy: read error, 0 +1 flushed"},
