@@ -31,6 +31,7 @@ TEST(RequestQueue, ConnectsByKeyAlone) {
     handle.push(42, &request);
     EXPECT_EQ(&request, RequestQueue(handle).recvWaitAndDequeue(id)) << key;
     EXPECT_EQ(42u, id) << key;
+    EXPECT_EQ(nullptr, handle.tryWait(id)) << key;
 
     PriorityQueueManager& manager = PriorityQueueManager::getInstance();
     EXPECT_EQ(manager.getNewConnection(key), manager.getNewConnection(key, 3)) << key;
