@@ -55,6 +55,8 @@ TEST(RequestSequence, KeepsTheOrderOfAPlainModel) {
       {"descending", [](unsigned int i, unsigned int) { return ~i; }, 20, false},
       {"descending behind the front", [](unsigned int i, unsigned int) { return ~i; }, 0, true},
       {"growing steps", [](unsigned int i, unsigned int r) { return i + r % 500; }, 49, false},
+      {"few at random", [](unsigned int, unsigned int r) { return r; }, 50, false},
+      {"few in order", [](unsigned int i, unsigned int) { return i; }, 50, false},
       {"both sides of the sign", [](unsigned int, unsigned int r) { return r << 28; }, 30, false},
   };
   for (const auto& c : cases) {
