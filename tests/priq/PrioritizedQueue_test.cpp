@@ -7,7 +7,6 @@
 #include <deque>
 #include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "support/Allocations.h"
