@@ -66,6 +66,7 @@ TEST(RequestSequence, KeepsTheOrderOfAPlainModel) {
     std::deque<PriorRequest> requests;
     for (unsigned int i = 0; i < 20000; ++i) {
       if (random() % 100 < c.removals && !sequence.empty()) {
+        ASSERT_EQ(model.elements.front().priority, sequence.front().priority) << c.name;
         ASSERT_EQ(model.elements.front().request, sequence.front().request) << c.name;
         sequence.popFront();
         model.elements.pop_front();
