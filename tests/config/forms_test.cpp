@@ -33,33 +33,31 @@ TEST(PropertiesText, ReadsLines) {
   }
 }
 
-// Has room for some bytes and counts flushes.
-struct Narrow : std::streambuf {
-  explicit Narrow(std::size_t room) : bytes(room, '.') { setp(&bytes[0], &bytes[0] + room); }
+// Counts what it is asked for.
+struct Watched : std::stringbuf {
   int sync() override { return ++flushes, 0; }
-  std::string bytes;
-  int flushes = 0;
+  std::streamsize xsputn(const char* bytes, std::streamsize size) override {
+    return ++writes, std::stringbuf::xsputn(bytes, size);
+  }
+  int flushes = 0, writes = 0;
 };
 
-TEST(CppProperties, WritesBothFormsIntoWhatRoomThereIs) {
-  const std::string text = "  a=\nb==#\n \n...............";  // the width is for what comes first
-  const std::string binary = "\1\0\0\0a\0\0\0\0\1\0\0\0b\4\0\0\0=#\n ....."s;
+TEST(CppProperties, WritesBothForms) {
   CppProperties properties;
   properties.setProperty("b", "=#\n ");
   properties.setProperty("a", "");
-  for (std::size_t room = 0; room <= binary.size(); ++room) {
-    Narrow lines(room), records(room);
-    std::ostream out(&lines), save(&records);
-    out.width(3);
-    properties.write(out);
-    properties.save(save);
-    EXPECT_EQ(text.substr(0, room), lines.bytes);
-    EXPECT_EQ((room >= 5) + (room >= 12), lines.flushes) << room;
-    EXPECT_EQ(room < 22, save.bad()) << room;
-    save.setstate(std::ios::failbit);  // from now on nothing more
-    properties.save(save);
-    EXPECT_EQ(binary.substr(0, room), records.bytes);
-  }
+  Watched buffer;
+  std::ostream out(&buffer);
+  out.width(3);  // for what comes first
+  properties.write(out);
+  const std::string text = "  a=\nb==#\n \n", binary = "\1\0\0\0a\0\0\0\0\1\0\0\0b\4\0\0\0=#\n "s;
+  EXPECT_EQ(text, buffer.str());
+  EXPECT_EQ(2, buffer.flushes);
+  buffer.writes = 0;
+  properties.save(out);
+  EXPECT_EQ(text + binary, buffer.str());
+  EXPECT_EQ(8, buffer.writes);
+  EXPECT_EQ(2, buffer.flushes);
   EXPECT_TRUE(properties.isModified());
 }
 
@@ -70,12 +68,12 @@ std::string contentOf(const std::string& path) {
 }
 
 TEST(PropertiesBinary, SavesToFilesWithAnyRoom) {
-  const std::string path = testing::TempDir() + "saved", key(8, 'k'), value(7, 'v');
-  const std::string binary = "\10\0\0\0"s + key + "\7\0\0\0"s + value;
+  const std::string path = testing::TempDir() + "saved", key(3, 'k'), value(7, 'v');
+  const std::string binary = "\3\0\0\0"s + key + "\7\0\0\0"s + value;
   CppProperties properties;
   properties.setProperty(key, value);
   for (std::size_t room = 1; room <= binary.size() + 1; ++room) {
-    std::vector<char> area(room);
+    std::vector<char> area(room, 'x');
     std::filebuf file;
     file.pubsetbuf(area.data(), static_cast<std::streamsize>(room));
     file.open(path, std::ios::out);
@@ -86,7 +84,7 @@ TEST(PropertiesBinary, SavesToFilesWithAnyRoom) {
   }
 
   // A string is two writes, each of which flushes a tied stream, and its own if so wished.
-  Narrow tied(0);
+  Watched tied;
   std::ostream other(&tied);
   std::ofstream out(path);
   out.tie(&other);
@@ -95,6 +93,11 @@ TEST(PropertiesBinary, SavesToFilesWithAnyRoom) {
   out.tie(nullptr);
   out.setf(std::ios::unitbuf);
   properties.save(out);
+  EXPECT_EQ(binary + binary, contentOf(path));
+  out.unsetf(std::ios::unitbuf);
+  out.setstate(std::ios::failbit);  // from now on nothing more
+  properties.save(out);
+  out.close();
   EXPECT_EQ(binary + binary, contentOf(path));
   unlink(path.c_str());
 }
@@ -109,7 +112,7 @@ TEST(PropertiesBinary, GetsWhatWasPutAndBelievesNoLength) {
     CppProperties::get(stream, value);
     EXPECT_EQ(text, value);
     stream.write("\377\377\377\377", 4).write(text.data(), size);
-    Narrow tied(0);
+    Watched tied;
     std::ostream other(&tied);
     stream.tie(&other);
     CppProperties::get(stream, value);
@@ -167,45 +170,6 @@ TEST(CommaSeparatedValues, ReadsTablesAndCutsLinesAsColumnDoes) {
       column.load(in);
       EXPECT_EQ("[old]" + c.contents, dump(column.cells)) << c.input;
     }
-  }
-}
-
-// The forms, each with lines or records and the contents behind each of them.
-struct Text : CppProperties {
-  void take(std::istream& in) { read(in); }
-  const std::vector<Case> sample = {{"b=2\n", "b>2;"}, {"a=1\n", "a>1;b>2;"}};
-};
-struct Binary : CppProperties {
-  void take(std::istream& in) { load(in); }
-  const std::vector<Case> sample = {{"\1\0\0\0b\20\0\0\0 123456789abcdef"s, "b> 123456789abcdef;"},
-                                    {"\1\0\0\0a\0\0\0\0"s, "a>;b> 123456789abcdef;"}};
-};
-struct Table : CommaSeparatedValues {
-  void take(std::istream& in) { load(in); }
-  const std::vector<Case> sample = {{"a,0123456789abcdef\n", "[a][0123456789abcdef];"},
-                                    {"b,,", "[a][0123456789abcdef];[b][];"}};
-};
-struct Row : CommaSeparatedValues::Column {
-  void take(std::istream& in) { cells.clear(), load(in); }
-  const std::vector<Case> sample = {{"a,", "[a]"}, {"0123456789abcdef", "[a][0123456789abcdef]"}};
-};
-
-template <class Form>
-struct Loading : testing::Test {};
-using Forms = testing::Types<Text, Binary, Table, Row>;
-TYPED_TEST_SUITE(Loading, Forms, );
-
-TYPED_TEST(Loading, LeavesTheStreamsStateAndMaskToTheCaller) {
-  TypeParam form;
-  for (const auto bit : {std::ios::eofbit, std::ios::failbit}) {
-    std::istringstream in(form.sample[0].input), failed(form.sample[0].input);
-    in.exceptions(bit);
-    EXPECT_THROW(form.take(in), std::ios::failure);
-    EXPECT_EQ(form.sample[0].contents, dump(form));
-    failed.setstate(bit);
-    form.take(failed);
-    EXPECT_EQ("", dump(form));
-    EXPECT_EQ(form.sample[0].input[0], failed.rdbuf()->sgetc());
   }
 }
 

@@ -2,7 +2,6 @@
 
 #include <dirent.h>
 #include <dlfcn.h>
-#include <fcntl.h>
 #include <pthread.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -87,12 +86,6 @@ const std::vector<int>& errorsOf(const std::string& name) {
   static const std::vector<int> none;
   const auto found = errors.find(name.substr(0, name.find(',')));
   return found == errors.end() ? none : found->second;
-}
-
-int openDescriptors() {
-  int open = 0;
-  for (int fd = 0; fd < 64; ++fd) open += fcntl(fd, F_GETFD) != -1;
-  return open;
 }
 
 }  // namespace calls

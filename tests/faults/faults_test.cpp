@@ -222,10 +222,16 @@ TEST_F(Faults, Cancellations) {
   std::cout << "cancellations: " << cancelled << '\n';
 }
 
-constexpr std::ios::iostate eof = std::ios::eofbit, fail = std::ios::failbit,
-                            bad = std::ios::badbit;
-constexpr std::ios::iostate masks[] = {std::ios::goodbit, eof,       fail,       bad,
-                                       eof | fail,        eof | bad, fail | bad, eof | fail | bad};
+constexpr std::ios::iostate good = std::ios::goodbit, eof = std::ios::eofbit,
+                            fail = std::ios::failbit, bad = std::ios::badbit;
+constexpr std::ios::iostate masks[] = {good,       eof,       fail,       bad,
+                                       eof | fail, eof | bad, fail | bad, eof | fail | bad};
+
+// Whether one of the bits that the answer tells of is in the mask.
+bool raises(std::ios::iostate mask, const std::string& answer) {
+  const auto has = [&](const char* bit) { return answer.find(bit) != std::string::npos; };
+  return (mask & eof && has("eof")) || (mask & fail && has("fail")) || (mask & bad && has("bad"));
+}
 
 // The exception goes out where the mask asks for it.
 std::string answersToAFault(std::ios::iostate mask, bool throws) {
@@ -245,17 +251,25 @@ void readTo(std::size_t end, const Trial& trial) {
   const bool none = whole.empty();
   if (!none && whole.back() == '\n') whole.pop_back();
 
-  const auto read = [&](const std::string& bytes, std::ios::iostate mask, bool ended) {
-    std::stringbuf buffer(bytes);
+  std::stringbuf buffer;
+  const auto read = [&](const std::string& bytes, std::ios::iostate mask, std::ios::iostate state) {
+    buffer.str(bytes);
     return attempt(trial.operation, [&](World& world) {
       world.in.rdbuf(&buffer);
-      if (ended) world.in.setstate(std::ios::eofbit);
+      world.in.setstate(state);
       world.in.exceptions(mask);
     });
   };
-  const Outcome kept = read(whole, std::ios::goodbit, none);
+  const Outcome kept = read(whole, good, none ? eof : good);
+  const Outcome plain = read(given, good, good);
+  const Outcome failed = read(given, good, fail);
+  EXPECT_EQ(given.size(), buffer.in_avail());
+  if (none) {
+    EXPECT_EQ(kept.state, failed.state);
+  }
   for (const auto mask : masks) {
-    const Outcome expected = read(given, mask, false);
+    const Outcome expected = read(given, mask, good);
+    EXPECT_EQ(raises(mask, plain.answer) ? "std::ios::failure" : plain.answer, expected.answer);
     for (const bool throws : {false, true}) {
       const Outcome outcome = attempt(trial.operation, [&](World& world) {
         world.buffer.deliver(given, throws);

@@ -76,7 +76,7 @@ World::World(const Operation& operation)
   properties.setProperty("number", "17");
   properties.setModified(false);
   column.cells.push_back(longValue);
-  for (unsigned int i = 0; i < 65; ++i) requests.emplace_back(0, 40 + i % 2);
+  for (unsigned int i = 0; i < 3; ++i) requests.emplace_back(0, 40 + i);
   std::string all;
   for (const std::string& unit : operation.units) all += unit;
   buffer.deliver(all, false);
@@ -144,9 +144,10 @@ void answer(World& w, const std::ios& stream) {
 
 // Objects in other states than a new world has them.
 void held(World& w) { w.file.compareTo(w.missing); }
+// As many as the blocks in a small index hold, the first of them shown.
 void shown(World& w) {
   unsigned int id;
-  for (std::size_t i = 1; i < w.requests.size(); ++i) w.queue.push(&w.requests[i]);
+  for (int i = 0; i < 17 * 64; ++i) w.queue.push(&w.requests[1]);
   w.queue.tryWait(id);
 }
 void connected(World& w) {

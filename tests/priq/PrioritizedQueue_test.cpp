@@ -1,15 +1,10 @@
 #include "vimo_util/priq/PrioritizedQueue.h"
 
 #include <gtest/gtest.h>
-#include <pthread.h>
 
-#include <algorithm>
 #include <deque>
 #include <sstream>
 #include <string>
-#include <vector>
-
-#include "support/Allocations.h"
 
 namespace {
 
@@ -87,78 +82,6 @@ TEST(PrioritizedQueue, ReadsThePriorityAtPushAndTheIdAtRemoval) {
   EXPECT_EQ(&a, queue.recvWaitAndDequeue(id));
   EXPECT_EQ(7u, id);
   EXPECT_EQ(&b, queue.recvWaitAndDequeue(id));
-}
-
-TEST(PrioritizedQueue, AFailedAllocationLeavesItAsItWas) {
-  const long before = allocations::live();
-  EXPECT_GT(allocations::failEach([] { PrioritizedQueue queue(0); },
-                                  [&] { EXPECT_EQ(before, allocations::live()); }),
-            0);
-  for (const bool shown : {false, true}) {
-    PrioritizedQueue queue(0);
-    std::vector<PriorRequest> requests;
-    for (unsigned int i = 0; i < 2000; ++i) requests.emplace_back(0, i * 7919 % 1000);
-    int failures = 0;
-    unsigned int id;
-    for (PriorRequest& request : requests) {
-      failures += allocations::failEach([&] { queue.push(&request); }, [] {});
-      if (shown) {
-        EXPECT_EQ(&requests[0], queue.tryWait(id));
-      }
-    }
-    EXPECT_GT(failures, 8);
-    std::vector<PriorRequest*> order;
-    for (PriorRequest& request : requests) order.push_back(&request);
-    std::stable_sort(order.begin() + shown, order.end(),
-                     [](PriorRequest* a, PriorRequest* b) { return a->priority < b->priority; });
-    for (PriorRequest* request : order) EXPECT_EQ(request, queue.recvWaitAndDequeue(id));
-    EXPECT_EQ(nullptr, queue.tryWait(id));
-    for (PriorRequest* request : order) queue.push(request);
-  }
-  EXPECT_EQ(before, allocations::live());
-}
-
-void* look(void* queue) {
-  unsigned int id;
-  return static_cast<PrioritizedQueue*>(queue)->top(id);
-}
-
-void* take(void* queue) {
-  unsigned int id;
-  return static_cast<PrioritizedQueue*>(queue)->recvWaitAndDequeue(id);
-}
-
-// What a thread returns that runs `body`.
-class Thread {
- public:
-  Thread(void* (*body)(void*), PrioritizedQueue& queue) {
-    pthread_create(&thread, nullptr, body, &queue);
-  }
-  void* result() {
-    void* value;
-    pthread_join(thread, &value);
-    return value;
-  }
-
- private:
-  pthread_t thread;
-};
-
-TEST(PrioritizedQueue, OneRequestWakesAllWhoLookAndServesOneWhoTakes) {
-  for (int round = 0; round < 50; ++round) {
-    PrioritizedQueue queue(0);
-    PriorRequest request(0, 0);
-    Thread lookers[] = {{look, queue}, {look, queue}, {look, queue}};
-    queue.push(&request);
-    for (Thread& looker : lookers) EXPECT_EQ(&request, looker.result());
-    EXPECT_EQ(&request, take(&queue));
-
-    Thread takers[] = {{take, queue}, {take, queue}, {take, queue}};
-    for (int i = 0; i < 3; ++i) queue.push(&request);
-    for (Thread& taker : takers) EXPECT_EQ(&request, taker.result());
-    unsigned int id;
-    EXPECT_EQ(nullptr, queue.tryWait(id));
-  }
 }
 
 }  // namespace

@@ -5,15 +5,11 @@
 
 #include <climits>
 #include <cstdlib>
-#include <set>
-#include <thread>
-#include <vector>
 
 #include "vimo_util/priq/PriorityQueueManager.h"
 
 namespace {
 
-using vimo::util::priq::PrioritizedQueue;
 using vimo::util::priq::PriorityQueueManager;
 using vimo::util::priq::PriorRequest;
 using vimo::util::priq::RequestQueue;
@@ -38,27 +34,6 @@ TEST(RequestQueue, ConnectsByKeyAlone) {
     EXPECT_EQ(manager.getNewConnection(key ^ 1, 3), manager.getNewConnection(key ^ 1)) << key;
     EXPECT_NE(manager.getNewConnection(key), manager.getNewConnection(key ^ 1)) << key;
   }
-}
-
-TEST(RequestQueue, ThreadsAtOnceMakeOneInstanceAndOneQueue) {
-  PriorityQueueManager* managers[8];
-  PrioritizedQueue* queues[8];
-  std::vector<PriorRequest> requests(8, PriorRequest(0, 0));
-  std::vector<std::thread> threads;
-  for (unsigned int i = 0; i < 8; ++i) {
-    threads.emplace_back([&, i] {
-      RequestQueue(7, 0).push(i, &requests[i]);
-      managers[i] = &PriorityQueueManager::getInstance();
-      queues[i] = managers[i]->getNewConnection(7);
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(1u, std::set<PriorityQueueManager*>(managers, managers + 8).size());
-  EXPECT_EQ(1u, std::set<PrioritizedQueue*>(queues, queues + 8).size());
-  std::set<unsigned int> ids;
-  unsigned int id;
-  while (queues[0]->tryWait(id)) ids.insert(id), queues[0]->pop();
-  EXPECT_EQ(8u, ids.size());
 }
 
 RequestQueue* early;

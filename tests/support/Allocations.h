@@ -18,24 +18,6 @@ void failAt(int n, bool allLater = false);
 // Whether an allocation of this thread has failed since failAt().
 bool failed();
 
-// Runs `attempt` with its first allocation failing, then its second, and so on
-// until a run meets no failure; calls `afterFailure` behind each run that threw
-// std::bad_alloc. Returns how often that was.
-template <class Attempt, class Check>
-int failEach(Attempt attempt, Check afterFailure) {
-  for (int n = 1;; ++n) {
-    failAt(n);
-    try {
-      attempt();
-      failAt(0);
-      return n - 1;
-    } catch (const std::bad_alloc&) {
-      failAt(0);
-      afterFailure();
-    }
-  }
-}
-
 }  // namespace allocations
 
 #endif
