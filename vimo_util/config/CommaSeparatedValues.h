@@ -30,8 +30,8 @@ class VIMO_UTIL_API CommaSeparatedValues {
   class VIMO_UTIL_API Column {
    public:
     // Appends the pieces of `in`, to its end, to `cells`, of which it then drops
-    // the last if that is empty. When `in` fails earlier, it appends those that
-    // were complete, and drops none.
+    // the last if that is empty. Here a newline or a NUL ends a piece too. When `in` fails earlier,
+    // it appends those that were complete, and drops none.
     std::istream& load(std::istream& in);
 
     std::vector<std::string> cells;  // from left to right, the caller's to change
@@ -50,7 +50,7 @@ class VIMO_UTIL_API CommaSeparatedValues {
   bool load(const std::string& path);
 
   // Replaces the rows by those of `in`, from where it stands to its end; an `in`
-  // at its end already gives none. When `in` fails earlier, the rows that were
+  // whose eofbit is set already gives none. When `in` fails earlier, the rows that were
   // complete stay, and its state tells.
   std::istream& load(std::istream& in);
 

@@ -91,7 +91,7 @@ class VIMO_UTIL_API CppProperties {
   void write(std::ostream& out);
 
   // As read(), from a file. Throws a VIMOException: 0x1E0001 if the file cannot
-  // be opened, and this object is unchanged; 0x1E0002 if anything fails later,
+  // be opened, and this object is unchanged; 0x1E0002 if anything else fails,
   // and the entries read by then stay. A thread may be cancelled in it.
   void load(const std::string& path);
 

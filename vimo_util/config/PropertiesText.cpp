@@ -1,6 +1,6 @@
 // The text form of CppProperties.
 
-#include <exception>
+#include <cxxabi.h>
 
 #include "vimo_util/config/CppProperties.h"
 #include "vimo_util/config/InputFile.h"
@@ -34,7 +34,9 @@ void loadFile(CppProperties& properties, const std::string& path) throw(VIMOExce
     if (file.stream().bad()) throw VIMOException(0x1E0002);
   } catch (const VIMOException&) {
     throw;
-  } catch (const std::exception&) {  // and not all: nothing may stop a cancelled thread
+  } catch (const abi::__forced_unwind&) {  // of a cancelled thread, which nothing may stop
+    throw;
+  } catch (...) {
     throw VIMOException(0x1E0002);
   }
 }

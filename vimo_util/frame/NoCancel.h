@@ -3,6 +3,9 @@
 
 #include <pthread.h>
 
+namespace vimo {
+namespace util {
+
 // While it lives, its thread is not cancelled: for cancellation points out of
 // which nothing may unwind, as in a destructor.
 class NoCancel {
@@ -15,5 +18,8 @@ class NoCancel {
  private:
   int before;
 };
+
+}  // namespace util
+}  // namespace vimo
 
 #endif

@@ -13,7 +13,7 @@
 //   0x1082    getHEX_        the same
 //   0x1083    isOn_          the same
 //   0x1E0001  load           the file cannot be opened for reading
-//   0x1E0002  load           any other failure while the file is read
+//   0x1E0002  load           any other failure
 class VIMO_UTIL_API VIMOException : public std::exception {
  public:
   // Takes any code, so that a client may throw its own.
