@@ -15,7 +15,7 @@ has 'no relocations are made read-only' "$headers" 'GNU_RELRO'
 has 'the stack may be executed' "$headers" 'GNU_STACK .* RW '
 has 'no immediate binding' "$dynamic" 'BIND_NOW|Flags: .*NOW'
 has 'no stack protector' "$imports" ' __stack_chk_fail'
-has 'no fortified call' "$imports" ' __[a-z]+_chk'
+has 'no fortified call' "$imports" ' __[a-z]+_chk(@|$)'
 has 'another soname' "$dynamic" 'SONAME.*\[libvimo_util\.so\.7\]'
 has_no 'relocations in the text' "$dynamic" TEXTREL
 has_no 'a search path' "$dynamic" 'RPATH|RUNPATH'
