@@ -1,10 +1,13 @@
 #include "vimo_util/file/File.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <stdio_ext.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/uio.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -18,8 +21,12 @@ using vimo::util::File;
 
 namespace {
 
-std::size_t mostWritten = SIZE_MAX;  // by one call
-std::int64_t unread = -1;            // what the files seem to hold, unless it is negative
+bool full;                 // nothing can be written
+bool apart;                // the file of a descriptor seems to be in another file system
+bool closedBefore;         // a descriptor was closed ahead of a flush
+std::int64_t unread = -1;  // what the files seem to hold, unless it is negative
+
+FILE* const unflushed = fopen("/dev/null", "w");
 
 }  // namespace
 
@@ -32,13 +39,20 @@ extern "C" ssize_t read(int fd, void* buffer, size_t size) {
   return size;
 }
 extern "C" ssize_t write(int fd, const void* buffer, size_t size) {
-  const iovec block = {const_cast<void*>(buffer), std::min(size, mostWritten)};
+  const iovec block = {const_cast<void*>(buffer), full ? 0 : size};
   return unread < 0 ? writev(fd, &block, 1) : size;
+}
+extern "C" int fstat(int fd, struct stat* status) noexcept {
+  const int result = fstatat(fd, "", status, AT_EMPTY_PATH);
+  status->st_dev += apart;
+  return result;
+}
+extern "C" int close(int fd) {
+  closedBefore = __fpending(unflushed) > 0;
+  return static_cast<int>(syscall(SYS_close, fd));
 }
 
 namespace {
-
-FILE* const unflushed = fopen("/dev/null", "w");
 
 constexpr char prepare[] = R"(set -e; umask 0; chmod 755 .; mkdir .all; cd .all
 printf abcd >a; printf 123456 >b; printf ABCD >c; : >empty; ln a hard; ln -s a link
@@ -62,6 +76,7 @@ struct stat statusOf(const File& file) {
 
 const std::map<std::string, void (*)(Step)> operations = {
     {"absolute", [](Step s) { s.out << s.a.getAbsolutePath(); }},
+    {"apart", [](Step) { apart = true; }},
     {"assign", [](Step s) { s.a = s.b; }},
     {"can", [](Step s) { s.out << s.a.canRead() << s.a.canWrite() << s.a.canExecute(); }},
     {"compare", [](Step s) { s.out << s.a.compareTo(s.b); }},
@@ -70,6 +85,7 @@ const std::map<std::string, void (*)(Step)> operations = {
     {"copy2", [](Step s) { s.out << File(s.a).copyTo(s.b); }},
     {"delete", [](Step s) { s.a.deleteThis(); }},
     {"destroy", [](Step s) { File gone(std::move(s.a)); }},
+    {"full", [](Step) { full = true; }},
     {"grow",
      [](Step s) {
        std::vector<File> files;
@@ -98,7 +114,6 @@ const std::map<std::string, void (*)(Step)> operations = {
     {"time", [](Step s) { s.out << statusOf(s.a).st_mtime; }},
     {"touch", [](Step s) { s.a.touch(); }},
     {"unread", [](Step) { unread = 0x80000001; }},
-    {"writes", [](Step s) { mostWritten = std::stoi(s.a.getPath()); }},
 };
 
 // Plays steps "operation path other", divided by commas, where a path stands for
@@ -106,7 +121,7 @@ const std::map<std::string, void (*)(Step)> operations = {
 // "ok", then how many descriptors more are open and whether it has flushed. HERE
 // is the working directory.
 std::string play(const std::string& steps) {
-  mostWritten = SIZE_MAX;
+  full = apart = false;
   unread = -1;
   const std::string directory = File(".").getAbsolutePath();
   std::map<std::string, File> files;
@@ -121,6 +136,7 @@ std::string play(const std::string& steps) {
                           files.emplace(other, other).first->second, answer};
     const int before = calls::openDescriptors();
     fputs("x", unflushed);
+    closedBefore = false;
     try {
       operations.at(operation)(objects);
     } catch (const vimo::util::FileException& e) {
@@ -129,7 +145,7 @@ std::string play(const std::string& steps) {
     const int opened = calls::openDescriptors() - before;
     if (answer.str().empty()) answer << "ok";
     if (opened != 0) answer << std::showpos << " " << opened;
-    if (__fpending(unflushed) == 0) answer << " flushed";
+    if (__fpending(unflushed) == 0) answer << (closedBefore ? " too late" : " flushed");
     answers += (answers.empty() ? "" : ", ") + answer.str();
     const std::size_t here = answers.find(directory);
     if (here != std::string::npos) answers.replace(here, directory.size(), "HERE");
@@ -230,13 +246,14 @@ TEST_F(FileTest, ComparesAndCopiesFromWhereItStands) {
       {"copy a b, copy b c, copy a c", "4 +2 flushed, copy: read error, 0 +1 flushed"},
       {"copy blocks /dev/full, copy blocks /dev/full, compare blocks ./blocks",
        "copy: write error +1, copy: write error, -580 +1"},
-      {"writes 0, copy a b", "ok, copy: write error +1"},
+      {"full, copy a b", "ok, copy: write error +1"},
   });
 }
 
 TEST_F(FileTest, LeavesTheDestinationWhenItCannotCopy) {
   check({
       {"copy a a, copy a ./a, copy a link, copy a hard, content a", "-1, -1 +1, -1, -1, abcd"},
+      {"apart, copy a hard, content a", "ok, 0 +2 flushed, "},
       {"copy link a, content a, copy a gone/new", "-1 +1, abcd, -1 +1"},
       {"copy gone a, copy dir a, copy readonly a, content a", "-1, -1, -1, abcd"},
       // The path of the destination leads elsewhere by now, but its descriptor to the source.

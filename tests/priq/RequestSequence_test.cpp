@@ -27,7 +27,6 @@ TEST(RequestSequence, KeepsTheOrderOfAPlainModel) {
       {"random, front kept", [](unsigned int, unsigned int r) { return r; }, 40, true},
       {"waves", [](unsigned int i, unsigned int r) { return i % 4000 < 3000 ? i : r % 999; }, 40,
        false},
-      {"levels", [](unsigned int, unsigned int r) { return r % 8; }, 30, false},
       {"equal", [](unsigned int, unsigned int) { return 5u; }, 45, true},
       {"ascending", [](unsigned int i, unsigned int) { return i; }, 20, false},
       {"descending", [](unsigned int i, unsigned int) { return ~i; }, 20, false},
