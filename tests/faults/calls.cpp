@@ -8,6 +8,7 @@
 #include <sys/uio.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -25,12 +26,13 @@ thread_local bool armed;
 thread_local Fault fault;
 thread_local int faultyCall, faultyError;
 thread_local int count;
-thread_local const char* made[256];
+constexpr int mostCalls = 256;  // of one operation
+thread_local const char* made[mostCalls];
 
 // Whether the call that now begins meets the fault.
 bool meets(const char* name) {
   if (!armed) return false;
-  made[count % 256] = name;
+  if (count < mostCalls) made[count] = name;
   if (++count != faultyCall) return false;
   if (fault == Fault::cancel) pthread_cancel(pthread_self());
   if (fault == Fault::error) errno = faultyError;
@@ -56,7 +58,7 @@ void arm(Fault what, int nth, int error) {
 
 std::vector<std::string> disarm() {
   armed = false;
-  return std::vector<std::string>(made, made + count);
+  return std::vector<std::string>(made, made + std::min(count, mostCalls));
 }
 
 const std::vector<int>& errorsOf(const std::string& name) {
@@ -66,22 +68,25 @@ const std::vector<int>& errorsOf(const std::string& name) {
     return more;
   };
   static const std::map<std::string, std::vector<int>> errors = {
-      {"access", with({EROFS, ETXTBSY})},
+      {"access", with({EPERM, EROFS, ETXTBSY})},
       {"chmod", with({EPERM, EROFS})},
       {"close", {EINTR, EIO, ENOSPC, EDQUOT}},
-      {"creat", with({EDQUOT, EINTR, EISDIR, EMFILE, ENFILE, ENOSPC, EROFS, ETXTBSY})},
+      {"creat", with({EBUSY, EDQUOT, EINTR, EISDIR, EMFILE, ENFILE, ENODEV, ENOSPC, ENXIO,
+                      EOVERFLOW, EPERM, EROFS, ETXTBSY})},
       {"fflush", {EIO, ENOSPC, EPIPE}},
       {"fstat", {EIO, ENOMEM, EOVERFLOW}},
-      {"mkdir", with({EDQUOT, EEXIST, EMLINK, ENOSPC, EPERM, EROFS})},
-      {"open", with({EDQUOT, EINTR, EISDIR, EMFILE, ENFILE, ENOSPC, ENXIO, EPERM, EROFS, ETXTBSY})},
+      {"mkdir", with({EDQUOT, EEXIST, EINVAL, EMLINK, ENOSPC, EPERM, EROFS})},
+      {"open", with({EAGAIN, EBUSY, EDQUOT, EINTR, EISDIR, EMFILE, ENFILE, ENODEV, ENOSPC, ENXIO,
+                     EOVERFLOW, EPERM, EROFS, ETXTBSY})},
       {"opendir", with({EMFILE, ENFILE})},
-      {"read", {EAGAIN, EINTR, EIO, EISDIR}},
+      {"read", {EAGAIN, EINTR, EINVAL, EIO, EISDIR}},
       {"readdir", {EIO, ENOENT}},
       {"realpath", path},
-      {"rename", with({EBUSY, EDQUOT, EISDIR, EMLINK, ENOSPC, ENOTEMPTY, EPERM, EROFS, EXDEV})},
+      {"rename", with({EBUSY, EDQUOT, EEXIST, EINVAL, EISDIR, EMLINK, ENOSPC, ENOTEMPTY, EPERM,
+                       EROFS, EXDEV})},
       {"stat", with({EOVERFLOW})},
       {"unlink", with({EBUSY, EISDIR, EPERM, EROFS})},
-      {"write", {EAGAIN, EDQUOT, EFBIG, EINTR, EIO, ENOSPC, EPIPE}},
+      {"write", {EAGAIN, EDQUOT, EFBIG, EINTR, EINVAL, EIO, ENOSPC, EPERM, EPIPE}},
   };
   static const std::vector<int> none;
   const auto found = errors.find(name.substr(0, name.find(',')));
@@ -122,7 +127,7 @@ int close(int fd) {
   const bool met = meets("close");
   if (calls::armed) pthread_testcancel();
   const int result = static_cast<int>(syscall(SYS_close, fd));
-  if (calls::armed && result == -1 && errno == EBADF) ++calls::closedTwice;
+  if (result == -1 && errno == EBADF) ++calls::closedTwice;
   if (met) errno = calls::faultyError;
   return met ? -1 : result;
 }
@@ -147,6 +152,10 @@ int mkdir(const char* path, mode_t mode) noexcept {
 }
 char* realpath(const char* path, char* resolved) noexcept {
   return meets("realpath") ? nullptr : real<char*(const char*, char*)>("realpath")(path, resolved);
+}
+// What the library calls where it is built to check the size of its buffers.
+char* __realpath_chk(const char* path, char* resolved, size_t) noexcept {
+  return realpath(path, resolved);
 }
 DIR* opendir(const char* path) {
   return meets("opendir") ? nullptr : real<DIR*(const char*)>("opendir")(path);

@@ -1,5 +1,6 @@
 #include "faults/operations.h"
 
+#include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -7,6 +8,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fstream>
+#include <sstream>
 
 #include "faults/calls.h"
 #include "vimo_util/frame/ClockCounter.h"
@@ -17,20 +19,22 @@
 using namespace vimo::util;
 using namespace std::string_literals;
 
-void FaultyBuffer::deliver(const std::string& input, bool thenThrows) {
+void FaultyBuffer::deliver(const std::string& input, End then) {
   bytes = input;
-  throws = thenThrows;
+  end = then;
   setg(&bytes[0], &bytes[0], &bytes[0] + bytes.size());
 }
 
-void FaultyBuffer::makeRoom(std::size_t size, bool thenThrows) {
+void FaultyBuffer::makeRoom(std::size_t size, End then) {
   bytes.resize(size);
-  throws = thenThrows;
+  end = then;
   setp(&bytes[0], &bytes[0] + size);
 }
 
 FaultyBuffer::int_type FaultyBuffer::stop() const {
-  if (throws) throw BufferFailure();
+  if (end == End::throws) throw BufferFailure();
+  if (end == End::cancels) pthread_cancel(pthread_self());
+  pthread_testcancel();
   return traits_type::eof();
 }
 
@@ -75,12 +79,15 @@ World::World(const Operation& operation)
   properties.setProperty(longKey, longValue);
   properties.setProperty("number", "17");
   properties.setModified(false);
+  std::istringstream row(longValue + ",2");
+  table.load(row);
   column.cells.push_back(longValue);
+  files.emplace_back("an entry from before");
   for (unsigned int i = 0; i < 3; ++i) requests.emplace_back(0, 40 + i);
   std::string all;
   for (const std::string& unit : operation.units) all += unit;
-  buffer.deliver(all, false);
-  if (operation.writes) buffer.makeRoom(1000, false);
+  buffer.deliver(all, End::stops);
+  if (operation.writes) buffer.makeRoom(1000, End::stops);
   if (operation.prepare) operation.prepare(*this);
 }
 
@@ -101,9 +108,9 @@ void Operation::tell(World& world, std::string& text) const {
   text += '\n';
   for (const std::string& cell : world.column.cells) text += '[' + cell + ']';
   text += '\n' + world.string + '\n';
-  for (const File* file : {&world.file, &world.twin, &world.fresh}) {
-    text += file->getPath() + '\n' + std::string(world.files.size(), '|') + '\n';
-  }
+  for (const File* file : {&world.file, &world.twin, &world.fresh}) text += file->getPath() + '\n';
+  for (const File& file : world.files) text += file.getPath() + ' ';
+  text += '\n';
   for (const char* path : paths) {
     if (streams()) break;
     struct stat status = {};
@@ -138,12 +145,14 @@ const std::string notResolved = "E: getAbsPath of "s + paths[0];
 
 void answer(World& w, long long value) { w.answer = std::to_string(value); }
 void answer(World& w, const std::ios& stream) {
-  w.answer =
-      (stream.eof() ? "eof " : ""s) + (stream.fail() ? "fail " : "") + (stream.bad() ? "bad" : "");
+  const auto has = [&](std::ios::iostate bit) { return (stream.rdstate() & bit) != 0; };
+  w.answer = (has(std::ios::eofbit) ? "eof " : ""s) + (has(std::ios::failbit) ? "fail " : "") +
+             (has(std::ios::badbit) ? "bad" : "");
 }
 
 // Objects in other states than a new world has them.
 void held(World& w) { w.file.compareTo(w.missing); }
+void over(World& w) { held(w), std::ofstream(paths[1]) << "old"; }
 // As many as the blocks in a small index hold, the first of them shown.
 void shown(World& w) {
   unsigned int id;
@@ -161,6 +170,9 @@ void served(World& w) {
   calls::onWait = [&w] { w.queue.push(&w.requests[0]); };
 }
 
+Operation partWay(Operation operation) { return operation.partWay = true, operation; }
+Operation cancels(Operation operation) { return operation.cancels = true, operation; }
+
 }  // namespace
 
 // clang-format off
@@ -174,26 +186,28 @@ const std::vector<Operation> operations = {
                w.properties.getInt_("number") + w.properties.getHEX_("number") + w.properties.isOn_(longKey) +
                w.properties.exist(longKey));
    }, ""},
+  {"look up strictly what is missing", [](World& w) { w.properties.getHEX_("no"); }, ""},
+  {"copy a store", [](World& w) { config::CppProperties copy(w.properties); }, noMemory},
   {"clear", [](World& w) { w.properties.clear(); }, ""},
-  {"list keys", [](World& w) { w.properties.getKeys(w.strings); }, noMemory},
-  {"read a text", [](World& w) { w.properties.read(w.in), answer(w, w.in); },
-   noMemory + "|fail bad", {}, nullptr, {"a=" + longValue + "\n", "#\n", "b=2\n", "c=\n"}},
+  partWay({"list keys", [](World& w) { w.properties.getKeys(w.strings); }, noMemory}),
+  partWay({"read a text", [](World& w) { w.properties.read(w.in), answer(w, w.in); },
+   noMemory + "|fail bad|bad", {}, nullptr, {"a=" + longValue + "\n", "#\n", "b=2\n", "c=\n"}}),
   {"write a text", [](World& w) { w.properties.write(w.out), answer(w, w.out); }, "", {}, nullptr, {}, true},
-  {"load a text", [](World& w) { w.properties.load("config"); }, "VIMOException 1966082",
-   {{"open, not for children", "VIMOException 1966081"}, {"read", "VIMOException 1966082", EINTR}}},
-  {"load records", [](World& w) { w.properties.load(w.in), answer(w, w.in); }, noMemory, {}, nullptr,
-   {"\1\0\0\0a\50\0\0\0"s + longValue, "\1\0\0\0b\0\0\0\0"s, "\1\0\0\0c\0\0\0\0"s}},
+  cancels(partWay({"load a text", [](World& w) { w.properties.load("config"); }, "VIMOException 1966082",
+   {{"open, not for children", "VIMOException 1966081"}, {"read", "VIMOException 1966082", EINTR, true}}})),
+  partWay({"load records", [](World& w) { w.properties.load(w.in), answer(w, w.in); }, noMemory, {}, nullptr,
+   {"\1\0\0\0a\50\0\0\0"s + longValue, "\1\0\0\0b\0\0\0\0"s, "\1\0\0\0c\0\0\0\0"s}}),
   {"save records", [](World& w) { w.properties.save(w.out), answer(w, w.out); }, "", {}, nullptr, {}, true},
-  {"get a string", [](World& w) { w.properties.get(w.in, w.string), answer(w, w.in); },
-   noMemory, {}, nullptr, {"\50\0\0\0"s + longValue}},
+  partWay({"get a string", [](World& w) { w.properties.get(w.in, w.string), answer(w, w.in); },
+   noMemory, {}, nullptr, {"\50\0\0\0"s + longValue}}),
   {"put a string", [](World& w) { w.properties.put(w.out, longValue), answer(w, w.out); }, "", {}, nullptr, {}, true},
-  {"load a table", [](World& w) { answer(w, w.table.load("config")); }, noMemory,
-   {{"open, not for children", "0"}, {"read", "1", EINTR}}},
-  {"move a table", [](World& w) { config::CommaSeparatedValues moved(std::move(w.table)); }, ""},
-  {"load rows", [](World& w) { w.table.load(w.in), answer(w, w.in); },
-   noMemory, {}, nullptr, {longValue + ",1\n", "\n", "#" + longValue + "\n", "a,,\n"}},
-  {"load cells", [](World& w) { w.column.load(w.in), answer(w, w.in); },
-   noMemory, {}, nullptr, {longValue + ",", "1,", "2,"}},
+  cancels(partWay({"load a table", [](World& w) { answer(w, w.table.load("config")); }, noMemory,
+   {{"open, not for children", "0"}, {"read", "1", EINTR, true}}})),
+  {"move a table", [](World& w) { config::CommaSeparatedValues moved(std::move(w.table)), to; to = std::move(moved); }, ""},
+  partWay({"load rows", [](World& w) { w.table.load(w.in), answer(w, w.in); },
+   noMemory, {}, nullptr, {longValue + ",1\n", "\n", "#" + longValue + "\n", "a,,\n"}}),
+  partWay({"load cells", [](World& w) { w.column.load(w.in), answer(w, w.in); },
+   noMemory, {}, nullptr, {longValue + ",", "1,", "2,"}}),
 
   {"exists", [](World& w) { answer(w, w.file.exists()); }, "", {{"stat", "0"}}},
   {"exists, missing", [](World& w) { answer(w, w.missing.exists()); }, noMemory},
@@ -206,22 +220,28 @@ const std::vector<Operation> operations = {
   {"resolve", [](World& w) { w.string = w.file.getAbsolutePath(); }, noMemory, {{"realpath", notResolved}}},
   {"parent", [](World& w) { w.files.push_back(w.file.getParent()); },
    noMemory, {{"stat", notFound}, {"realpath", notResolved}}},
-  {"list", [](World& w) { w.directory.listFiles(w.files); },
-   noMemory, {{"stat", directoryNotFound}, {"opendir", "dir open failed"}, {"readdir", ""}}},
+  partWay({"list", [](World& w) { w.directory.listFiles(w.files); },
+   noMemory, {{"stat", directoryNotFound}, {"opendir", "dir open failed"}, {"readdir", "", 0, true}}}),
   {"make a directory", [](World& w) { w.fresh.mkdir(); }, "", {{"mkdir", "mkdir failed, "s + paths[2]}}},
-  {"touch", [](World& w) { w.fresh.touch(); }, "", {{"open, not as the terminal", "touch failed, "s + paths[2]}}},
-  {"delete", [](World& w) { w.file.deleteThis(); }, "", {{"unlink", "unlink failed"}}, held},
-  {"rename", [](World& w) { w.twin.renameTo(w.file); }, noMemory, {{"rename", "rename failed"}}, held},
-  {"compare", [](World& w) { answer(w, w.file.compareTo(w.twin)); }, "",
-   {{"open", "-1"}, {"stat", notFound + '|' + paths[1] + "not found"}, {"read", "copy: read error"},
-    {"short read", "-1023|1023|-475|475|0"}}},
-  {"copy", [](World& w) { answer(w, w.file.copyTo(w.fresh)); }, "",
-   {{"open", "-1"}, {"stat", "-1", ENOENT}, {"fstat", "-1"}, {"creat", "-1"}, {"read", "copy: read error"},
-    {"write", "copy: write error"}}},
-  {"copy to what is held", [](World& w) { answer(w, w.twin.copyTo(w.file)); }, "",
-   {{"open", "-1"}, {"fstat", "-1"}, {"read", "copy: read error"}, {"write", "copy: write error"}}, held},
+  cancels({"touch", [](World& w) { w.fresh.touch(); }, "", {{"open, not as the terminal", "touch failed, "s + paths[2]}}}),
+  {"delete", [](World& w) { w.file.deleteThis(); }, "", {{"unlink", "unlink failed"}}},
+  {"delete what is held", [](World& w) { w.file.deleteThis(); }, "", {{"unlink", "unlink failed", 0, true}}, held},
+  {"rename", [](World& w) { w.twin.renameTo(w.fresh); }, noMemory, {{"rename", "rename failed"}}, held},
+  {"rename to what is held", [](World& w) { w.twin.renameTo(w.file); }, noMemory, {{"rename", "rename failed", 0, true}}, held},
+  cancels({"compare", [](World& w) { answer(w, w.file.compareTo(w.twin)); }, "",
+   {{"open", "-1", 0, true}, {"stat", notFound + '|' + paths[1] + "not found", 0, true},
+    {"read", "copy: read error", 0, true}, {"short read", "-1023|1023|-475|475|0", 0, true}}}),
+  cancels({"copy", [](World& w) { answer(w, w.file.copyTo(w.fresh)); }, "",
+   {{"open", "-1"}, {"stat", "-1", ENOENT, true}, {"creat", "-1", 0, true},
+    {"read", "copy: read error", 0, true}, {"write", "copy: write error", 0, true}}}),
+  cancels({"copy over a file", [](World& w) { answer(w, w.file.copyTo(w.twin)); }, "",
+   {{"stat", "-1", ENOENT}, {"fstat", "-1"}, {"creat", "-1"}, {"read", "copy: read error", 0, true},
+    {"write", "copy: write error", 0, true}}, over}),
+  cancels({"copy to what is held", [](World& w) { answer(w, w.twin.copyTo(w.file)); }, "",
+   {{"open", "-1"}, {"fstat", "-1", 0, true}, {"read", "copy: read error", 0, true}, {"write", "copy: write error", 0, true}}, held}),
   {"close", [](World& w) { File(std::move(w.file)); }, "", {}, held},
   {"assign", [](World& w) { w.file = w.missing; }, noMemory, {}, held},
+  {"move", [](World& w) { w.twin = std::move(w.file); }, "", {}, held},
   {"copy it", [](World& w) { w.files.push_back(w.file); }, noMemory, {}, held},
   {"set readable", [](World& w) { answer(w, w.file.setReadable(false)); }, "", {{"stat", notFound}, {"chmod", "0"}}},
   {"set writable", [](World& w) { answer(w, w.file.setWritable(false)); }, "", {{"stat", notFound}, {"chmod", "0"}}},
@@ -235,19 +255,23 @@ const std::vector<Operation> operations = {
    {{"stat", "/not found"}, {"realpath", "E: getAbsPath of /"}}},
   {"list a file", [](World& w) { w.file.listFiles(w.files); }, noMemory, {{"stat", notFound}}},
   {"make what is there", [](World& w) { w.directory.mkdir(); }, noMemory},
-  {"touch a directory", [](World& w) { w.directory.touch(); }, noMemory},
+  cancels({"touch a directory", [](World& w) { w.directory.touch(); }, noMemory}),
   {"delete a directory", [](World& w) { w.directory.deleteThis(); }, ""},
   {"rename, missing", [](World& w) { w.missing.renameTo(w.fresh); }, noMemory},
 
-  {"count", [](World& w) { answer(w, ntz_hash64(40) + ntz_hash32(40) + (ClockCounter().calcCounter(1) > 0)); }, ""},
+  {"count and ask", [](World& w) {
+     answer(w, ntz_hash64(40) + ntz_hash32(40) + (ClockCounter().calcCounter(1) > 0) + ClockCounter().isAvail() +
+               w.table.size() + w.table.rowCount() + w.table.columnCount(0) + w.table[0]->cells.size() +
+               w.properties.isModified() + w.file.getPath().size());
+   }, ""},
 
   {"make a queue", [](World&) { priq::PrioritizedQueue(0); }, noMemory},
   {"push", [](World& w) { w.queue.push(&w.requests[0]); }, noMemory},
   {"push behind a shown head", [](World& w) { w.queue.push(&w.requests[0]); }, noMemory, {}, shown},
   {"look", [](World& w) { answer(w, w.queue.tryWait(w.requests[1].id) != nullptr); }, ""},
   {"pop", [](World& w) { w.queue.pop(); }, "", {}, shown},
-  {"look and wait", [](World& w) { w.queue.top(w.requests[1].id); }, "", {}, served},
-  {"take and wait", [](World& w) { w.queue.recvWaitAndDequeue(w.requests[1].id); }, "", {}, served},
+  cancels({"look and wait", [](World& w) { w.queue.top(w.requests[1].id); }, "", {}, served}),
+  cancels({"take and wait", [](World& w) { w.queue.recvWaitAndDequeue(w.requests[1].id); }, "", {}, served}),
   {"connect", [](World& w) { priq::PriorityQueueManager::getInstance().getNewConnection(w.key); },
    noMemory, {}, nullptr, {}, false, true},
   {"push by a handle", [](World& w) { priq::RequestQueue(w.key, 1).push(7, &w.requests[0]); },

@@ -14,26 +14,30 @@
 // What a stream buffer throws.
 struct BufferFailure {};
 
-// Delivers the bytes that it is given, or takes as many as it has room for. Then
-// it says that it is at its end, or throws.
+// What it does when it has no more.
+enum class End { stops, throws, cancels };
+
+// Delivers the bytes that it is given, or takes as many as it has room for; no
+// flush succeeds where there is no room left.
 class FaultyBuffer : public std::streambuf {
  public:
-  void deliver(const std::string& input, bool thenThrows);
-  void makeRoom(std::size_t size, bool thenThrows);
+  void deliver(const std::string& input, End then);
+  void makeRoom(std::size_t size, End then);
   std::string taken() const { return {pbase(), pptr()}; }
 
  private:
   int_type underflow() override { return stop(); }
   int_type overflow(int_type) override { return stop(); }
+  int sync() override { return pptr() == epptr() ? stop() : 0; }
   int_type stop() const;
   std::string bytes;
-  bool throws = false;
+  End end = End::stops;
 };
 
 struct Operation;
 
-// Objects of every kind, in the state that the operation asks for; unless it works
-// on a stream, in a working directory that is made anew.
+// Objects of every kind, in the state that the operation asks for, and their files
+// in the working directory, unless it works on a stream.
 struct World {
   explicit World(const Operation& operation);
 
@@ -54,7 +58,8 @@ struct World {
 
 struct Failure {
   std::string call, answer;
-  int harmless = 0;  // the error that is passed over
+  int harmless = 0;      // the error that is passed over
+  bool partWay = false;  // where it leaves the world; otherwise as it was
 };
 
 struct Operation {
@@ -74,6 +79,9 @@ struct Operation {
   std::vector<std::string> units = {};
   bool writes = false;    // to the stream
   bool connects = false;  // makes a queue that stays
+
+  bool partWay = false;  // is where it may stop when memory runs out
+  bool cancels = false;  // may be cancelled, and then stop part of the way
 
   bool streams() const { return writes || !units.empty(); }
 
