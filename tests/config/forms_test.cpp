@@ -142,12 +142,13 @@ std::string load(const std::string& text) {
   std::ostream other(&tied);
   single.tie(&other);
   std::istringstream old("old");
-  CommaSeparatedValues loaded, table;
-  loaded.load(single);
+  std::vector<CommaSeparatedValues> tables(2);
+  CommaSeparatedValues& table = tables[1];
+  tables[0].load(single);
   EXPECT_LT(0, tied.flushes) << text;
   table.load(old);
-  table = std::move(loaded);
-  EXPECT_EQ(0u, loaded.size()) << text;
+  table = std::move(tables[0]);
+  EXPECT_EQ(0u, tables[0].size()) << text;
   std::string rows = dump(table);
   EXPECT_EQ(&in, &table.load(in));
   EXPECT_EQ(text.empty() || text.back() == '\n', in.fail()) << text;

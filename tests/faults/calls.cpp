@@ -154,7 +154,8 @@ char* realpath(const char* path, char* resolved) noexcept {
   return meets("realpath") ? nullptr : real<char*(const char*, char*)>("realpath")(path, resolved);
 }
 // What the library calls where it is built to check the size of its buffers.
-char* __realpath_chk(const char* path, char* resolved, size_t) noexcept {
+char* checkedRealpath(const char* path, char* resolved, size_t) noexcept __asm__("__realpath_chk");
+char* checkedRealpath(const char* path, char* resolved, size_t) noexcept {
   return realpath(path, resolved);
 }
 DIR* opendir(const char* path) {
