@@ -81,7 +81,6 @@ World::World(const Operation& operation)
   properties.setModified(false);
   std::istringstream row(longValue + ",2");
   table.load(row);
-  column.cells.push_back(longValue);
   files.emplace_back("an entry from before");
   for (unsigned int i = 0; i < 3; ++i) requests.emplace_back(0, 40 + i);
   std::string all;

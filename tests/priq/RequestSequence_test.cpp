@@ -71,6 +71,10 @@ TEST(RequestSequence, MemoryFollowsWhatWaits) {
   constexpr unsigned int count = 100000;
   PriorRequest request(0, 0);
   const long before = allocations::bytes();
+  {
+    RequestSequence abandoned;
+    for (unsigned int i = 0; i < count; ++i) abandoned.insert({i, &request}, false);
+  }
   RequestSequence sequence;
   EXPECT_EQ(before, allocations::bytes());
   for (const bool descending : {false, true}) {
