@@ -58,6 +58,10 @@ TEST(CppProperties, WritesBothForms) {
   properties.save(out);
   EXPECT_EQ(text + binary, buffer.str());
   EXPECT_EQ(8, buffer.writes);
+  std::istringstream in(binary);
+  CppProperties loaded;
+  loaded.load(in);
+  EXPECT_EQ("a>;b>=#\n ;", dump(loaded));
   EXPECT_EQ(2, buffer.flushes);
   EXPECT_TRUE(properties.isModified());
 }
@@ -69,11 +73,11 @@ std::string contentOf(const std::string& path) {
 }
 
 TEST(PropertiesBinary, SavesToFilesWithAnyRoom) {
-  const std::string path = testing::TempDir() + "saved", key(3, 'k'), value(7, 'v');
-  const std::string binary = "\3\0\0\0"s + key + "\7\0\0\0"s + value;
+  const std::string path = testing::TempDir() + "saved", key(7, 'k'), value(3, 'v');
+  const std::string binary = "\7\0\0\0"s + key + "\3\0\0\0"s + value;
   CppProperties properties;
   properties.setProperty(key, value);
-  for (std::size_t room = 1; room <= binary.size() + 1; ++room) {
+  for (std::size_t room = 1; room <= binary.size() + 2; ++room) {
     std::vector<char> area(room, 'x');
     std::filebuf file;
     file.pubsetbuf(area.data(), static_cast<std::streamsize>(room));
