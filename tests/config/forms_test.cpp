@@ -156,6 +156,7 @@ std::string load(const std::string& text) {
   std::string rows = dump(table);
   EXPECT_EQ(&in, &table.load(in));
   EXPECT_EQ(text.empty() || text.back() == '\n', in.fail()) << text;
+  EXPECT_FALSE(in.bad()) << text;
   EXPECT_EQ(rows, dump(table)) << text;
   return rows;
 }

@@ -130,6 +130,7 @@ struct Trial {
     none.run = harmless;
     before = attempt(none);
     EXPECT_EQ(before.blocks, after.blocks);
+    EXPECT_EQ(PTHREAD_CANCEL_ENABLE, after.cancelState);
   }
 
   // A fault that does no harm.

@@ -49,10 +49,12 @@ const char* const paths[] = {"a file with a long name", "its twin, with a long n
 int keys;
 
 void makeFiles() {
+  std::string content;
+  while (content.size() < 1500) content += std::to_string(content.size() + 1000);
   remove(paths[2]);
   for (const char* path : {paths[0], paths[1]}) {
     unlink(path);  // it may have no permissions left
-    std::ofstream(path) << std::string(1500, 'x');
+    std::ofstream(path) << content;
   }
   ::mkdir(paths[4], 0700);
   for (const std::string name : {"/one file with a long name", "/one more, with a long name"}) {
