@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <cstring>
 
 namespace {
 
@@ -22,6 +23,7 @@ void* allocate(std::size_t size) {
   }
   void* const memory = std::malloc(size > 0 ? size : 1);
   if (!memory) throw std::bad_alloc();
+  std::memset(memory, 0xa5, size);  // so that nothing new is zero by chance
   ++madeBlocks;
   ++liveBlocks;
   liveBytes += static_cast<long>(malloc_usable_size(memory));
