@@ -113,14 +113,14 @@ TEST(PropertiesBinary, GetsWhatWasPutAndBelievesNoLength) {
     std::stringstream stream;
     std::string value = "old";
     stream.width(9);
-    CppProperties::put(stream, text);
-    CppProperties::get(stream, value);
+    CppProperties().put(stream, text);
+    CppProperties().get(stream, value);
     EXPECT_EQ(text, value);
     stream.write("\377\377\377\377", 4).write(text.data(), size);
     Watched tied;
     std::ostream other(&tied);
     stream.tie(&other);
-    CppProperties::get(stream, value);
+    CppProperties().get(stream, value);
     EXPECT_EQ(text, value);
     // For the length, for every five bytes, and at the end.
     EXPECT_EQ(static_cast<int>(size / 5 + 2), tied.flushes);

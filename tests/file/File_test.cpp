@@ -243,10 +243,10 @@ TEST_F(FileTest, ComparesAndCopiesFromWhereItStands) {
       {"compare b a, destroy b, copy a c", "2 +2, ok -1 flushed, 4 +1 flushed"},
       {"copy a b, compare a ./c, compare ./c a", "4 +2 flushed, 0 +1, 0"},
       {"copy a b, compare c b, compare b c", "4 +2 flushed, copy: read error +1, copy: read error"},
-      {"copy a b, copy b c, copy a c", "4 +2 flushed, copy: read error, 0 +1 flushed"},
+      {"copy a b, copy b c, copy a c", "4 +2 flushed, copy: read error +1, 0 flushed"},
       {"copy blocks /dev/full, copy blocks /dev/full, compare blocks ./blocks",
-       "copy: write error +1, copy: write error, -580 +1"},
-      {"full, copy a b", "ok, copy: write error +1"},
+       "copy: write error +2, copy: write error, -580 +1"},
+      {"full, copy a b", "ok, copy: write error +2"},
   });
 }
 

@@ -2,10 +2,9 @@
 
 #include <algorithm>
 #include <cstring>
+#include <fstream>
 #include <memory>
-
-#include "vimo_util/config/InputFile.h"
-#include "vimo_util/config/readPiece.h"
+#include <utility>
 
 namespace vimo {
 namespace util {
@@ -22,13 +21,41 @@ void dropEmptyLast(std::vector<std::string>& cells) {
   if (!cells.empty() && cells.back().empty()) cells.pop_back();
 }
 
-// The first `c` from `begin` on, else `end`.
+constexpr std::size_t blockSize = 1024;
+
+// Whether the last getline() filled its block before it met the delimiter.
+bool isBlockFull(const std::istream& in) {
+  return in.rdstate() == std::ios::failbit && in.gcount() == blockSize - 1;
+}
+
+// Reads text of any length up to `delimiter`. Not std::getline(), which turns std::bad_alloc into
+// badbit.
+void readPiece(std::istream& in, char delimiter, std::string& piece) {
+  char block[blockSize];
+  piece.clear();
+  for (bool full = true; full;) {
+    try {
+      in.getline(block, blockSize, delimiter);
+    } catch (const std::ios::failure&) {  // by the exceptions mask
+      if (!isBlockFull(in)) throw;
+    }
+    full = isBlockFull(in);
+    const std::streamsize count = in.good() ? in.gcount() - 1 : in.gcount();
+    if (full) in.clear();
+    piece.append(block, count);
+  }
+}
+
+// At the end of input a failed read only means an empty last piece.
+bool isCutShort(const std::istream& in) { return in.fail() && !in.eof(); }
+
+// The first `c` from `begin` on, or `end`.
 const char* find(const char* begin, const char* end, char c) {
   const void* const found = std::memchr(begin, c, end - begin);
   return found ? static_cast<const char*>(found) : end;
 }
 
-// Cuts a line into the cells that Column::load() would find in it.
+// Divides a line as Column::load() would, without a stream: that takes three times as long.
 void cut(const std::string& line, std::vector<std::string>& cells) {
   const char* begin = line.c_str();
   const char* const end = begin + std::strlen(begin);
@@ -44,16 +71,13 @@ void cut(const std::string& line, std::vector<std::string>& cells) {
   dropEmptyLast(cells);
 }
 
-// A read that failed at the end of the input has only found the last piece empty.
-bool cutShort(const std::istream& in) { return in.fail() && !in.eof(); }
-
 }  // namespace
 
 std::istream& CommaSeparatedValues::Column::load(std::istream& in) {
   std::string piece;
   while (!in.eof()) {
     readPiece(in, ',', piece);
-    if (cutShort(in)) return in;
+    if (isCutShort(in)) return in;
     cells.emplace_back(piece, 0, piece.find_first_of("\r\n\0", 0, 3));
   }
   dropEmptyLast(cells);
@@ -75,9 +99,9 @@ CommaSeparatedValues& CommaSeparatedValues::operator=(CommaSeparatedValues&& oth
 }
 
 bool CommaSeparatedValues::load(const std::string& path) {
-  InputFile file(path);
-  if (file.stream().fail()) return false;
-  load(file.stream());
+  std::ifstream file(path, std::ios::in);
+  if (file.fail()) return false;
+  load(file);
   return true;
 }
 
@@ -86,7 +110,7 @@ std::istream& CommaSeparatedValues::load(std::istream& in) {
   std::string line;
   while (!in.eof()) {
     readPiece(in, '\n', line);
-    if (cutShort(in)) return in;
+    if (isCutShort(in)) return in;
     if (line[0] == '#') continue;
 
     std::unique_ptr<Column> row(new Column);

@@ -12,58 +12,67 @@ namespace vimo {
 namespace util {
 namespace config {
 
-// A table read from comma-separated text, row by row.
-//
-// Lines      each line is a row; one that starts with `#` is none. The text
-//            behind the last newline is a line too, also when it is empty. A line
-//            ends at its first NUL for this class.
-// Cells      the pieces between commas, as they are: no quotes, no escapes, no
-//            trimming. A piece ends at its first carriage return. A last piece
-//            that is empty is no cell, so that an empty line is a row without one.
-// Threads    a loaded table may be read from several threads; a load needs the
-//            table for itself.
-// Errors     from a load std::bad_alloc, and what the stream's exceptions mask
-//            asks for; the rows that were complete stay.
+/// A table read from comma-separated text, row by row.
+///
+///     CommaSeparatedValues table;
+///     if (!table.load("limits.csv")) return;
+///     for (std::uint32_t row = 0; row < table.size(); ++row) use(table[row]->cells);
+///
+/// - Lines: each line is a row, except one that starts with `#`. The text after the last newline
+///   is a line too, also when it is empty. A NUL ends the text of a line.
+/// - Cells: the pieces between the commas, as they are, without quotes, escapes or trimming. A
+///   carriage return ends the text of a piece. An empty last piece is no cell, so an empty line
+///   is a row without cells.
+/// - Ownership: the table owns its rows. It can be moved, not copied.
+/// - Threads: several threads may read a table while no thread loads it.
+/// - Errors: std::bad_alloc, and what the stream's exceptions mask asks for. The rows that were
+///   complete stay.
 class VIMO_UTIL_API CommaSeparatedValues {
  public:
-  // A row of the table: its cells from left to right.
+  /// A row of the table.
   class VIMO_UTIL_API Column {
    public:
-    // Appends the pieces of `in`, to its end, to `cells`, of which it then drops
-    // the last if that is empty. Here a newline or a NUL ends a piece too. When `in` fails earlier,
-    // it appends those that were complete, and drops none.
+    /// Appends the pieces of `in`, up to its end, to `cells`, and then removes the last cell if
+    /// it is empty. Here a newline or a NUL ends the text of a piece too. If `in` fails earlier,
+    /// the complete pieces are appended and nothing is removed. Returns `in`.
     std::istream& load(std::istream& in);
 
-    std::vector<std::string> cells;  // from left to right, the caller's to change
+    std::vector<std::string> cells;  ///< from left to right; the caller may change them
   };
 
-  // A table without rows.
+  /// Makes a table without rows.
   CommaSeparatedValues();
   virtual ~CommaSeparatedValues();
 
-  // A table owns its rows: it moves with them, and leaves an empty one behind.
+  /// @name Moving
+  /// Takes over the rows of `other`, which has none afterwards.
+  /// @{
   CommaSeparatedValues(CommaSeparatedValues&& other) noexcept;
   CommaSeparatedValues& operator=(CommaSeparatedValues&& other) noexcept;
+  /// @}
 
-  // Replaces the rows by those of a file. False, and nothing changes, if it
-  // cannot be opened. A thread may be cancelled in it.
+  /// Replaces the rows by those of a file. Returns false, and changes nothing, if the file
+  /// cannot be opened. A read error ends the rows. The thread may be cancelled in it; it then
+  /// loses what fopen() holds while it waits for the writer of a FIFO.
   bool load(const std::string& path);
 
-  // Replaces the rows by those of `in`, from where it stands to its end; an `in`
-  // whose eofbit is set already gives none. When `in` fails earlier, the rows that were
-  // complete stay, and its state tells.
+  /// Replaces the rows by those of `in`, from its position to its end. If its eofbit is set
+  /// already, there are none. If `in` fails earlier, the complete rows stay. Returns `in`, whose
+  /// state tells.
   std::istream& load(std::istream& in);
 
-  // The row of that number, from 0 to size() - 1. It is the table's, and good
-  // until the next load or the end of the table.
+  /// The row with the number `row`, from 0 to size() - 1. It belongs to the table, and is valid
+  /// until the next load or the end of the table.
   Column* operator[](int row);
 
-  // The number of rows, those without a cell included.
+  /// @name Sizes
+  /// The number of rows, those without cells included; and the number of cells in a row from 0
+  /// to size() - 1.
+  /// @{
   std::uint32_t size();
   std::uint32_t rowCount();
-
-  // The number of cells in a row, from 0 to size() - 1.
   std::uint32_t columnCount(int row);
+  /// @}
 
  private:
   std::vector<Column*> rows;

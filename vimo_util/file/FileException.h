@@ -10,15 +10,14 @@
 namespace vimo {
 namespace util {
 
-// What a File could not do, as one text; File tells the texts. Nothing else is
-// kept: no error number, and a path only where the text holds it. To make or to
-// copy one takes memory, and throws std::bad_alloc where there is none.
+/// The exception of File. It holds one text, which File documents, and no error number. Making or
+/// copying one allocates, so it may throw std::bad_alloc.
 class VIMO_UTIL_API FileException : public std::exception {
  public:
-  // `message` is what what() will say.
-  explicit FileException(std::string message) : message(std::move(message)) {}
+  /// `text` is what what() returns.
+  explicit FileException(std::string text) : message(std::move(text)) {}
 
-  // Valid as long as the exception lives.
+  /// Valid as long as the exception lives.
   const char* what() const noexcept override { return message.c_str(); }
 
  private:

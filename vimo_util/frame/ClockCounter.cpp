@@ -2,6 +2,9 @@
 
 #include <sys/time.h>
 
+static_assert(sizeof(time_t) == 8,
+              "dates after January 2038 need 64-bit time: glibc 2.34 or later");
+
 ClockCounter::ClockCounter() : avail(true), ticksPerSecond(1000000.0) {}
 
 ClockCounter::~ClockCounter() {}

@@ -6,8 +6,7 @@
 namespace vimo {
 namespace util {
 
-// While it lives, its thread is not cancelled: for cancellation points out of
-// which nothing may unwind, as in a destructor.
+/// While it lives, its thread is not cancelled. It guards calls that must not unwind.
 class NoCancel {
  public:
   NoCancel() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before); }

@@ -2,17 +2,15 @@
 
 namespace {
 
-// A de Bruijn sequence: shifted left by 0 to 63, its top six bits take every
-// value from 0 to 63 once.
+// A de Bruijn sequence: shifted left by 0 to 63, its top six bits take every value from 0 to 63
+// once.
 constexpr std::uint64_t ntz_debruijn = 0x03F566ED27179461;
 
-// The shift that brings an index to the top of the sequence.
+// Maps those six bits to the shift.
 std::int32_t ntz_table[64];
 
 }  // namespace
 
-// The attribute enters it in the library's initialisers, which the loader runs
-// before those of the programs that need the library.
 __attribute__((constructor)) void init_vimo_util() {
   std::uint64_t v = ntz_debruijn;
   for (std::int32_t i = 0; i < 64; ++i) {
