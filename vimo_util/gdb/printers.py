@@ -4,8 +4,6 @@ The order of a queue is known only to the debug information of the library, so
 that its requests show only if the library or its separate debug file has it.
 """
 
-import itertools
-
 import gdb
 import gdb.printing
 
@@ -31,12 +29,13 @@ def owned(value):
     return next((pointer for pointer in found if pointer is not None), None)
 
 
-def slots(run):
-    """The slots of the SortedRun at `run`, which lie behind it."""
-    first, last = int(run["first"]), int(run["last"])
-    check(first <= last <= int(run["room"]))
-    start = (run + 1).cast(run.type.target().strip_typedefs().template_argument(0).pointer())
-    return (start[i] for i in range(first, last))
+def slots(node, height):
+    """The slots of the leaves below `node` of a RequestSequence, in order."""
+    begin, end = int(node["begin"]), int(node["end"])
+    check(height >= 0 and begin <= end <= 64)
+    for i in range(begin, end):
+        slot = node["slots"][i]
+        yield from slots(slot["child"], height - 1) if height else [slot]
 
 
 def elements(vector):
@@ -69,10 +68,8 @@ class PrioritizedQueue(Printer):
     def children(self):
         if self.sequence is None or self.sequence["count"] == 0:
             return
-        head, later = owned(self.sequence["head"]), owned(self.sequence["later"])
-        blocks = itertools.chain([head], (entry["block"] for entry in slots(later)))
         count = 0
-        for count, element in enumerate(itertools.chain.from_iterable(map(slots, blocks)), 1):
+        for count, element in enumerate(slots(self.sequence["root"], int(self.sequence["height"])), 1):
             request = element["request"]
             yield f"[{count}] priority", read(element["priority"])
             yield f"[{count}] request", read(request.cast(request.dynamic_type).dereference())

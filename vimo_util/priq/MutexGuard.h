@@ -7,7 +7,7 @@ namespace vimo {
 namespace util {
 namespace priq {
 
-// Holds a mutex for as long as it lives, also while a cancelled thread unwinds.
+/// Holds a mutex while it lives, also while a cancelled thread unwinds.
 class MutexGuard {
  public:
   explicit MutexGuard(pthread_mutex_t& mutex) : mutex(mutex) { pthread_mutex_lock(&mutex); }

@@ -7,22 +7,21 @@ namespace vimo {
 namespace util {
 namespace priq {
 
-// The record that a client hands to a queue; derive from it to carry more.
-//
-// Ownership  the client's from first to last: a queue only borrows a pointer,
-//            and nothing in the library copies or destroys a request.
-// Threads    none of its own: while a request is queued, the queue and a
-//            consumer to whom it was shown read it; its fields may be changed
-//            before a push and after a removal.
+/// The record that a client hands to a queue. Derive from it to carry more.
+///
+/// - Ownership: it belongs to the client all the time. A queue only borrows a pointer, and the
+///   library never copies or destroys a request.
+/// - Threads: no lock of its own. While it is queued, the queue and the consumers to whom it was
+///   shown read it. Its fields may be changed before a push and after a removal.
 class VIMO_UTIL_API PriorRequest {
  public:
-  // A request that has no id yet.
+  /// Makes a request without an id.
   PriorRequest(int clientValue, unsigned int priority);
   virtual ~PriorRequest() {}
 
-  int clientValue;        // the client's own; nothing in the library reads it
-  unsigned int priority;  // 0 leaves a queue first, 4294967295 last
-  unsigned int id;        // 0xdeadbeef until RequestQueue::push() gives one
+  int clientValue;        ///< for the client; the library does not read it
+  unsigned int priority;  ///< 0 leaves a queue first, 4294967295 last
+  unsigned int id;        ///< 0xdeadbeef until RequestQueue::push() sets it
 };
 
 }  // namespace priq

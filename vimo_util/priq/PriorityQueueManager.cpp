@@ -10,16 +10,16 @@ namespace priq {
 
 namespace {
 
-// A queue in the chain of all queues. The chain keeps them reachable once the
-// manager and its map are gone, so that no leak checker reports them.
-struct KeptQueue {
-  explicit KeptQueue(int queueParam) : queue(queueParam), next(nullptr) {}
+// A queue in the list of all queues. The list keeps them reachable when the manager and its map
+// are gone, so that no leak checker reports them.
+struct QueueNode {
+  explicit QueueNode(int queueParam) : queue(queueParam), next(nullptr) {}
 
   PrioritizedQueue queue;
-  KeptQueue* next;
+  QueueNode* next;
 };
 
-KeptQueue* keptQueues = nullptr;  // guarded by the manager's mutex
+QueueNode* allQueues = nullptr;  // guarded by the manager's mutex
 
 }  // namespace
 
@@ -39,11 +39,11 @@ PrioritizedQueue* PriorityQueueManager::getNewConnection(int key, int queueParam
   const auto found = queues.lower_bound(key);
   if (found != queues.end() && found->first == key) return found->second;
 
-  std::unique_ptr<KeptQueue> made(new KeptQueue(queueParam));
+  std::unique_ptr<QueueNode> made(new QueueNode(queueParam));
   queues.emplace_hint(found, key, &made->queue);
-  made->next = keptQueues;
-  keptQueues = made.release();
-  return &keptQueues->queue;
+  made->next = allQueues;
+  allQueues = made.release();
+  return &allQueues->queue;
 }
 
 }  // namespace priq

@@ -12,35 +12,37 @@ namespace vimo {
 namespace util {
 namespace priq {
 
-// The registry through which threads find a common queue by an integer key.
-//
-// Lifetime   one instance in the process, made at its first use and destroyed
-//            at process exit, after which neither operation may be called. The
-//            queues are never deleted and stay usable to the very end.
-// Threads    every operation is safe from any thread.
-// Errors     std::bad_alloc from getNewConnection() only; the key then has no
-//            queue yet, and a later call tries again.
+/// The registry in which threads find a common queue by an integer key.
+///
+/// - Lifetime: there is one instance in the process. It is made at its first use and destroyed
+///   at process exit; after that neither operation may be called. The queues are never deleted,
+///   and stay usable to the very end.
+/// - Threads: any thread may call any operation at any time.
+/// - Errors: std::bad_alloc from getNewConnection() only. The key then has no queue, and a later
+///   call tries again.
 class VIMO_UTIL_API PriorityQueueManager {
  public:
-  // The one instance, also when several shared objects compile this function.
+  /// The one instance, also if several shared objects compile this function.
   static PriorityQueueManager& getInstance() {
-    // Only a reference is local here: the object itself must not be, as not
-    // every compiler merges such objects over plugins of local scope.
+    // Only a reference is local here, not the object: not every compiler merges local objects
+    // over plugins that are loaded with local scope.
     static PriorityQueueManager& singleton = instance();
     return singleton;
   }
 
-  // Leaves the queues alive.
+  /// Leaves the queues alive.
   virtual ~PriorityQueueManager() {}
 
-  // The instance cannot be copied.
   PriorityQueueManager(const PriorityQueueManager&) = delete;
   PriorityQueueManager& operator=(const PriorityQueueManager&) = delete;
 
-  // The queue of `key`, which may be any number; makes it if the key has none.
-  // Never null, and owned by the manager. `queueParam` has no effect.
+  /// @name Finding a queue
+  /// The queue of `key`, which may be any number. Makes it if the key has none. Never returns
+  /// null; the manager owns the queue. `queueParam` has no effect.
+  /// @{
   PrioritizedQueue* getNewConnection(int key);
   PrioritizedQueue* getNewConnection(int key, int queueParam);
+  /// @}
 
  private:
   PriorityQueueManager();

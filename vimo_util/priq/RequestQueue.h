@@ -9,28 +9,34 @@ namespace vimo {
 namespace util {
 namespace priq {
 
-// A handle on the queue of a key: all handles of one key share one queue.
-//
-// Lifetime   the queue outlives every handle, with the requests that wait in
-//            it. A handle may be copied, made until the manager is destroyed at
-//            process exit, and used to the very end of the process.
-// Threads    every operation is safe from any thread; an assignment is not.
-// Errors     std::bad_alloc from the constructor and from push().
+/// A handle on the queue of a key. All handles of one key share one queue.
+///
+///     RequestQueue(7, 0).push(41, &request);        // any thread
+///     PriorRequest* next = RequestQueue(7, 0).recvWaitAndDequeue(id);  // any other
+///
+/// - Lifetime: the queue, with the requests that wait in it, outlives every handle. A handle may
+///   be copied. It may be made until the manager is destroyed at process exit, and used to the
+///   very end of the process.
+/// - Threads: any thread may call any operation at any time, except an assignment.
+/// - Errors: std::bad_alloc from the constructor and from push().
 class VIMO_UTIL_API RequestQueue {
  public:
-  // Finds the queue of `key`, or makes it. `queueParam` has no effect.
+  /// Finds the queue of `key`, or makes it. `queueParam` has no effect.
   RequestQueue(int key, int queueParam);
   virtual ~RequestQueue() {}
 
-  // Gives `request` the number `id`, which consumers are told with it, and
-  // queues it. It must not be in any queue yet.
+  /// Sets the id of `request` and queues it. Consumers are told the id with it. The request must
+  /// not be in any queue.
   void push(unsigned int id, PriorRequest* request);
 
-  // As those of PrioritizedQueue, on the queue of the key.
+  /// @name As in PrioritizedQueue
+  /// They act on the queue of the key.
+  /// @{
   PriorRequest* tryWait(unsigned int& id);
   PriorRequest* top(unsigned int& id);
   void pop();
   PriorRequest* recvWaitAndDequeue(unsigned int& id);
+  /// @}
 
  private:
   int key;
