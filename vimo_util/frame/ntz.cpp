@@ -13,10 +13,7 @@ std::int32_t ntz_table[64];
 
 __attribute__((constructor)) void init_vimo_util() {
   std::uint64_t v = ntz_debruijn;
-  for (std::int32_t i = 0; i < 64; ++i) {
-    ntz_table[v >> 58] = i;
-    v <<= 1;
-  }
+  for (std::int32_t i = 0; i < 64; ++i, v <<= 1) ntz_table[v >> 58] = i;
 }
 
 std::int32_t ntz_hash64(std::uint64_t x) {

@@ -2,6 +2,7 @@
 #define VIMO_UTIL_PRIQ_REQUESTSEQUENCE_H
 
 #include <cstddef>
+#include <cstring>
 
 #include "vimo_util/priq/PriorRequest.h"
 
@@ -17,11 +18,11 @@ struct PRequest {
 
 /// The waiting requests of a queue in order: a B+ tree that is emptied at its front.
 ///
-/// - Cost: insert() goes down the tree once, and splits each full node before it enters it. A
-///   push behind all others, and popFront(), mostly touch one leaf.
-/// - Memory: none before the first insertion, and one node when the last element has left. All
-///   nodes but the first and the last are at least half full when they are made.
-/// - Errors: std::bad_alloc from insert() only. The sequence is then as it was.
+/// - Cost: an insertion goes down the tree, and splits each full node before it enters it. One
+///   behind all others, or into the first leaf, needs no way down. A removal moves an index.
+/// - Memory: none before the first insertion, and one node when the last element has left. A node
+///   between two others is at least half full when it is made.
+/// - Errors: std::bad_alloc from insert() only. The order is then as it was.
 class RequestSequence {
  public:
   RequestSequence() : root(nullptr), first(nullptr), last(nullptr), height(0), count(0) {}
@@ -33,28 +34,122 @@ class RequestSequence {
   bool empty() const { return count == 0; }
 
   /// The first element. The sequence must not be empty.
-  PRequest front() const;
+  PRequest front() const { return {(*first)[0].priority, (*first)[0].request}; }
 
   /// Inserts `element` behind all elements of equal or smaller priority. With `behindFront`, for
   /// which the sequence must not be empty, it also comes behind the first element.
   void insert(PRequest element, bool behindFront);
 
   /// Removes the first element. The sequence must not be empty.
-  void popFront();
+  void popFront() {
+    first->popFront();
+    --count;
+    // Its consumer will be told the id of a request that was queued long ago.
+    constexpr std::size_t ahead = 4;
+    if (first->size() > ahead) __builtin_prefetch(&(*first)[ahead].request->id);
+    if (first->size() == 0 && height > 0) dropFirstLeaf();
+  }
 
  private:
-  class Node;
+  // A sorted run of slots in a buffer, with free room on both sides: a removal at the front moves
+  // an index, and an insertion moves the shorter side by one slot.
+  class Node {
+   public:
+    struct Slot {
+      unsigned int priority;
+      union {
+        PriorRequest* request;  // in a leaf
+        Node* child;            // above
+      };
+    };
+    static constexpr std::size_t capacity = 64;
+
+    Node() : begin(0), end(0) {}
+
+    static Slot linkTo(Node* child) {
+      Slot slot;
+      slot.priority = (*child)[0].priority;
+      slot.child = child;
+      return slot;
+    }
+
+    std::size_t size() const { return end - begin; }
+    bool full() const { return size() == capacity; }
+    Slot& operator[](std::size_t at) { return slots[begin + at]; }
+    Slot& back() { return slots[end - 1]; }
+
+    // The first position, from `from` on, of a greater priority. The search has no branch to
+    // mispredict.
+    std::size_t upperBound(unsigned int priority, std::size_t from) const {
+      const Slot* bound = slots + begin + from;
+      for (std::size_t left = size() - from; left > 0;) {
+        const std::size_t half = (left + 1) / 2;
+        bound = bound[half - 1].priority <= priority ? bound + half : bound;
+        left -= half;
+      }
+      return bound - slots - begin;
+    }
+
+    // Puts `slot` before position `at`. The node must not be full.
+    void insert(std::size_t at, Slot slot) {
+      const bool towardsFront = at < size() - at;
+      if (towardsFront ? begin == 0 : end == capacity) centre(towardsFront);
+      Slot* const place = slots + begin + at;
+      if (towardsFront) {
+        std::memmove(slots + begin - 1, slots + begin, at * sizeof(Slot));
+        --begin;
+        place[-1] = slot;
+      } else {
+        std::memmove(place + 1, place, (size() - at) * sizeof(Slot));
+        ++end;
+        *place = slot;
+      }
+    }
+
+    void popFront() {
+      if (++begin == end) begin = end = 0;
+    }
+
+    // Moves the slots from `at` on to `other`, which is empty.
+    void moveTail(std::size_t at, Node& other) {
+      other.end = size() - at;
+      std::memcpy(other.slots, slots + begin + at, other.end * sizeof(Slot));
+      end = begin + at;
+    }
+
+    // With many requests waiting, a node is seldom in the cache. Fetched at once, its lines cost
+    // one wait. Met one by one in a search, they cost one each.
+    void prefetch() const {
+      constexpr std::size_t cacheLine = 64;
+      for (std::size_t i = 0; i < sizeof *this; i += cacheLine) {
+        __builtin_prefetch(reinterpret_cast<const char*>(this) + i);
+      }
+    }
+
+   private:
+    // Makes the room on both sides equal, or one slot larger in front.
+    void centre(bool largerInFront) {
+      const std::size_t start = (capacity - size() + largerInFront) / 2;
+      std::memmove(slots + start, slots + begin, size() * sizeof(Slot));
+      end = start + size();
+      begin = start;
+    }
+
+    unsigned int begin;
+    unsigned int end;
+    Slot slots[capacity];
+  };
 
   static void destroy(Node* node, int height);
+  Node* makeRoom(unsigned int priority, bool behindAll);
   void split(Node& parent, std::size_t at, std::size_t kept);
-  static void dropFirstLeaf(Node* node, int height);
+  void dropFirstLeaf();
+  static void dropFirstLeafBelow(Node* node, int height);
 
-  // 1. A leaf has height 0. Either `root` is null, or `first` and `last` are the outer leaves.
-  // 2. No node is empty, except a root that is a leaf.
-  // 3. A root that is no leaf has two children or more.
-  // 4. In a node above the leaves, the priority in a slot, but for the first, is not greater than
-  //    any in the subtree of its child, and not smaller than any before that, except that of a
-  //    front that was kept.
+  // 1. Leaves have height 0. `root` is null, or `first` and `last` are the first and last leaf.
+  // 2. Only a root that is a leaf may be empty. A root above the leaves has two children or more.
+  // 3. The priority in a slot above the leaves, except in a first slot, divides the order: no
+  //    element below it is smaller, and none before it is greater, except a front that was shown.
   Node* root;
   Node* first;
   Node* last;
