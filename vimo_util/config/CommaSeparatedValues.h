@@ -25,8 +25,8 @@ namespace config {
 ///   is a row without cells.
 /// - Ownership: the table owns its rows. It can be moved, not copied.
 /// - Threads: several threads may read a table while no thread loads it.
-/// - Errors: std::bad_alloc, and what the stream's exceptions mask asks for. The rows that were
-///   complete stay.
+/// - Errors: std::bad_alloc, and what the stream throws by its exceptions mask. The rows that
+///   were complete stay.
 class VIMO_UTIL_API CommaSeparatedValues {
  public:
   /// A row of the table.
@@ -52,13 +52,13 @@ class VIMO_UTIL_API CommaSeparatedValues {
   /// @}
 
   /// Replaces the rows by those of a file. Returns false, and changes nothing, if the file
-  /// cannot be opened. A read error ends the rows. The thread may be cancelled in it; it then
-  /// loses what fopen() holds while it waits for the writer of a FIFO.
+  /// cannot be opened. A read error ends the rows. The thread may be cancelled in it. If
+  /// that happens while the file is being opened, its descriptor is lost.
   bool load(const std::string& path);
 
   /// Replaces the rows by those of `in`, from its position to its end. If its eofbit is set
-  /// already, there are none. If `in` fails earlier, the complete rows stay. Returns `in`, whose
-  /// state tells.
+  /// already, there are none. If `in` fails earlier, the complete rows stay. Returns `in`. Its
+  /// state tells whether it failed.
   std::istream& load(std::istream& in);
 
   /// The row with the number `row`, from 0 to size() - 1. It belongs to the table, and is valid

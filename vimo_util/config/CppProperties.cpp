@@ -186,8 +186,8 @@ void CppProperties::get(std::istream& in, std::string& value) {
   in.read(reinterpret_cast<char*>(&left), sizeof left);
   if (in.fail()) return;
 
-  // The length may be wrong: it is neither reserved nor read in one piece. A tied stream expects
-  // a flush, which each read does, every five bytes.
+  // The length may be wrong: it is neither reserved nor read in one piece. Each read flushes a
+  // tied stream, and that flush is due every five bytes.
   char piece[500];
   const Length step = in.tie() ? 5 : sizeof piece;
   do {

@@ -22,12 +22,12 @@ namespace config {
 ///     settings.load("/etc/pump.conf");
 ///     const std::int64_t limit = settings.getInt("limit");  // 0 if there is none
 ///
-/// - Strings: bytes, without character set and limit of length. The empty key is a key.
+/// - Strings: any bytes, of any length. The empty key is a key.
 /// - Order: keys are sorted by their bytes.
 /// - Lookups: an empty value counts as no value. A lookup without an underscore then returns a
 ///   default. One with an underscore throws VIMOException.
 /// - Threads: lookups and getKeys() may run at the same time while no thread changes the
-///   object. All other use needs a lock of the caller's.
+///   object. For any other use by several threads the caller must hold a lock.
 /// - Errors: standard exceptions pass through, but only VIMOException leaves a lookup with an
 ///   underscore and load() of a path: any other exception goes to the unexpected-exception
 ///   handler, which by default ends the process. A failed stream shows it in its state, and
@@ -104,8 +104,8 @@ class VIMO_UTIL_API CppProperties {
 
   /// As read(), from a file. Throws VIMOException: 0x1E0001 if the file cannot be opened, and
   /// nothing changes; 0x1E0002 if anything else fails, and the entries read so far stay. The
-  /// thread may be cancelled in it; it then loses what fopen() holds while it waits for the
-  /// writer of a FIFO.
+  /// thread may be cancelled in it. If that happens while the file is being opened, its descriptor
+  /// is lost.
   void load(const std::string& path);
   /// @}
 
@@ -119,13 +119,13 @@ class VIMO_UTIL_API CppProperties {
 
   /// Replaces all entries by those on `in`, from its position to its end. `in` is then in a
   /// failed state. An entry that is cut short is not stored. Those before it stay, also when
-  /// memory runs out. A wrong length takes no more memory than `in` has bytes.
+  /// memory runs out. A wrong length costs no memory: only bytes that `in` delivers are stored.
   void load(std::istream& in);
 
   /// Writes one string. For a string of 4 GiB or more it writes nothing and sets failbit.
   void put(std::ostream& out, const std::string& value);
 
-  /// Reads one string into `value`, and replaces what it held. If `in` fails, `value` holds the
+  /// Reads one string into `value`, and replaces what it held. If `in` fails, `value` holds only
   /// bytes that `in` delivered.
   void get(std::istream& in, std::string& value);
   /// @}

@@ -65,7 +65,9 @@ int createIfClosed(int fd, const std::string& path) {
   return fd == -1 ? ::creat(path.c_str(), 0666) : fd;
 }
 
-// Whether the source is the file of the destination's descriptor or, without one, of its path.
+// Whether `source` is open on the file of the destination: the one behind the descriptor
+// `destination` or, if that is -1, the one at `path`. A source that cannot be asked counts as the
+// same, so that it is not emptied.
 bool isSameFile(int source, int destination, const std::string& path) {
   struct stat from;
   struct stat to;

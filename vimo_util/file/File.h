@@ -140,7 +140,7 @@ class VIMO_UTIL_API File {
   /// Returns 0 if there is no difference before either ends. Otherwise it returns the difference
   /// of the sizes of the whole files, or of the bytes that two reads delivered, or what memcmp()
   /// returns for two blocks. A difference of sizes that an int cannot hold becomes the nearest
-  /// int. Returns -1, also, if either file cannot be opened for reading and writing.
+  /// int. Also returns -1 if either file cannot be opened for reading and writing.
   ///
   /// Throws "PATHnot found" with the path of either, or "copy: read error".
   int compareTo(File& other);
@@ -171,8 +171,8 @@ class VIMO_UTIL_API File {
   /// @}
 
  private:
-  // Both hold cancellation back: nothing may unwind through a destructor, and after close() it
-  // must be known that the descriptor is closed.
+  // Both hold cancellation back. A destructor must not unwind, and a thread that is cancelled in
+  // close() could not tell whether the descriptor is closed.
   void flushAndClose() noexcept {
     if (fd == -1) return;
     int before;

@@ -10,7 +10,7 @@ namespace priq {
 /// Holds a mutex while it lives, also while a cancelled thread unwinds.
 class MutexGuard {
  public:
-  explicit MutexGuard(pthread_mutex_t& mutex) : mutex(mutex) { pthread_mutex_lock(&mutex); }
+  explicit MutexGuard(pthread_mutex_t& lock) : mutex(lock) { pthread_mutex_lock(&mutex); }
   ~MutexGuard() { pthread_mutex_unlock(&mutex); }
   MutexGuard(const MutexGuard&) = delete;
   MutexGuard& operator=(const MutexGuard&) = delete;

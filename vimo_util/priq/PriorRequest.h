@@ -9,8 +9,8 @@ namespace priq {
 
 /// The record that a client hands to a queue. Derive from it to carry more.
 ///
-/// - Ownership: it belongs to the client all the time. A queue only borrows a pointer, and the
-///   library never copies or destroys a request.
+/// - Ownership: it always belongs to the client. A queue only borrows a pointer, and the library
+///   never copies or destroys a request.
 /// - Threads: no lock of its own. While it is queued, the queue and the consumers to whom it was
 ///   shown read it. Its fields may be changed before a push and after a removal.
 class VIMO_UTIL_API PriorRequest {

@@ -22,12 +22,13 @@ class RequestSequence;
 ///
 /// - Order: smallest `priority` first, as it was at push(). Equal priorities leave in order of
 ///   arrival. A head that tryWait() or top() has shown stays the head until a removal.
-/// - Threads: any thread may call any operation at any time. A wait is a cancellation point,
-///   which leaves the queue unchanged.
+/// - Threads: any thread may call any operation at any time. A wait is a cancellation point. A
+///   cancelled wait leaves the queue unchanged.
 /// - Ownership: the queue borrows each request from push() until a removal.
-/// - Errors: std::bad_alloc from the constructor and from push() only. The queue is then as it
-///   was.
-/// - Cost: push() searches a tree, in logarithmic time. Looks and removals take constant time.
+/// - Errors: std::bad_alloc from the constructor, and from push(), which then leaves the queue as
+///   it was.
+/// - Cost: push() searches a tree, in logarithmic time. Looks and removals take constant time; one
+///   removal in some 64 also frees a node or two.
 ///
 /// A consumer calls recvWaitAndDequeue(), or it looks with top() or tryWait(), works, and calls
 /// pop(). Nothing ties a pop() to a look, so several consumers of one queue use
@@ -63,7 +64,7 @@ class VIMO_UTIL_API PrioritizedQueue {
   PriorRequest* recvWaitAndDequeue(unsigned int& id);
 
  private:
-  // The type is the library's own, so that it may change without a change for compiled clients.
+  // Clients do not see this type, so it may change without recompiling them.
   std::unique_ptr<RequestSequence, void (*)(RequestSequence*)> requests;
   pthread_mutex_t mutex;    // guards `requests` and `headShown`
   pthread_cond_t notEmpty;  // broadcast by a push() to the empty queue

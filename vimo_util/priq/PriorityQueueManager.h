@@ -24,8 +24,8 @@ class VIMO_UTIL_API PriorityQueueManager {
  public:
   /// The one instance, also if several shared objects compile this function.
   static PriorityQueueManager& getInstance() {
-    // Only a reference is local here, not the object: not every compiler merges local objects
-    // over plugins that are loaded with local scope.
+    // Only a reference is local here, not the object: Clang does not merge the local objects of
+    // plugins that are loaded with RTLD_LOCAL.
     static PriorityQueueManager& singleton = instance();
     return singleton;
   }

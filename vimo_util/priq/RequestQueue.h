@@ -12,13 +12,15 @@ namespace priq {
 /// A handle on the queue of a key. All handles of one key share one queue.
 ///
 ///     RequestQueue(7, 0).push(41, &request);        // any thread
+///     unsigned int id;
 ///     PriorRequest* next = RequestQueue(7, 0).recvWaitAndDequeue(id);  // any other
 ///
 /// - Lifetime: the queue, with the requests that wait in it, outlives every handle. A handle may
-///   be copied. It may be made until the manager is destroyed at process exit, and used to the
-///   very end of the process.
+///   be copied. New handles may be made until the manager is destroyed at process exit. Existing
+///   ones work until the process ends.
 /// - Threads: any thread may call any operation at any time, except an assignment.
-/// - Errors: std::bad_alloc from the constructor and from push().
+/// - Errors: std::bad_alloc from the constructor and from push(). The id of the request is then
+///   set, but it is not queued.
 class VIMO_UTIL_API RequestQueue {
  public:
   /// Finds the queue of `key`, or makes it. `queueParam` has no effect.

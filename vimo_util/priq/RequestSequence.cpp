@@ -31,10 +31,11 @@ void RequestSequence::insert(PRequest element, bool behindFront) {
   ++count;
 }
 
-// The leaf for `priority`, which has room then: every full node on the way to it is split.
+// Returns the leaf for `priority`, with room for one more. Splits each full node on the way. If an
+// allocation fails, the tree is valid and its order unchanged.
 RequestSequence::Node* RequestSequence::makeRoom(unsigned int priority, bool behindAll) {
-  // How much of a full node stays in it. Insertions in order, or against it, leave full nodes
-  // behind.
+  // How many slots a full node keeps when it is split. Ascending and descending insertions thus
+  // leave full nodes behind.
   const bool beforeAll = first->size() > 1 && priority < (*first)[1].priority;
   const std::size_t kept = behindAll ? Node::capacity - 1 : beforeAll ? 1 : Node::capacity / 2;
   if (root->full()) {

@@ -16,10 +16,11 @@ struct PRequest {
   PriorRequest* request;
 };
 
-/// The waiting requests of a queue in order: a B+ tree that is emptied at its front.
+/// The waiting requests of a queue in order: a B+ tree from which elements leave only at the front.
 ///
-/// - Cost: an insertion goes down the tree, and splits each full node before it enters it. One
-///   behind all others, or into the first leaf, needs no way down. A removal moves an index.
+/// - Cost: an insertion goes down the tree, and splits each full node before it enters it. One at
+///   the end, or into the first leaf, skips the search unless that leaf is full. A removal moves an
+///   index. One that empties a leaf also frees it.
 /// - Memory: none before the first insertion, and one node when the last element has left. A node
 ///   between two others is at least half full when it is made.
 /// - Errors: std::bad_alloc from insert() only. The order is then as it was.
@@ -44,7 +45,7 @@ class RequestSequence {
   void popFront() {
     first->popFront();
     --count;
-    // Its consumer will be told the id of a request that was queued long ago.
+    // A removal soon reads this request's id, which has probably left the cache.
     constexpr std::size_t ahead = 4;
     if (first->size() > ahead) __builtin_prefetch(&(*first)[ahead].request->id);
     if (first->size() == 0 && height > 0) dropFirstLeaf();
@@ -148,8 +149,9 @@ class RequestSequence {
 
   // 1. Leaves have height 0. `root` is null, or `first` and `last` are the first and last leaf.
   // 2. Only a root that is a leaf may be empty. A root above the leaves has two children or more.
-  // 3. The priority in a slot above the leaves, except in a first slot, divides the order: no
-  //    element below it is smaller, and none before it is greater, except a front that was shown.
+  // 3. A slot above the leaves, unless it is the first of its node, holds a priority: no element in
+  //    its subtree is smaller, and no element before its subtree is greater, except a front that
+  //    was shown. The priority in a first slot is never read.
   Node* root;
   Node* first;
   Node* last;
