@@ -2,100 +2,78 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <ctime>
 #include <deque>
+#include <map>
 #include <random>
 
 #include "support/Allocations.h"
 
 namespace {
 
-using vimo::util::priq::PRequest;
 using vimo::util::priq::PriorRequest;
 using vimo::util::priq::RequestSequence;
 
-// Insertions and removals at random, in mixes that fill and split blocks at
-// their ends, at their fronts and inside, with and without a front to keep.
+// Insertions, removals and looks at the front, in mixes that grow three levels of nodes.
 TEST(RequestSequence, KeepsTheOrderOfAPlainModel) {
-  const struct {
-    const char* name;
-    unsigned int (*priority)(unsigned int i, unsigned int random);
-    unsigned int removals;  // in a hundred steps
-    bool keepFront;
-  } cases[] = {
-      {"random", [](unsigned int, unsigned int r) { return r; }, 40, false},
-      {"random, front kept", [](unsigned int, unsigned int r) { return r; }, 40, true},
-      {"waves", [](unsigned int i, unsigned int r) { return i % 4000 < 3000 ? i : r % 999; }, 40,
-       false},
-      {"equal", [](unsigned int, unsigned int) { return 5u; }, 45, true},
-      {"ascending", [](unsigned int i, unsigned int) { return i; }, 20, false},
-      {"descending", [](unsigned int i, unsigned int) { return ~i; }, 20, false},
-      {"descending behind the front", [](unsigned int i, unsigned int) { return ~i; }, 0, true},
-      {"growing steps", [](unsigned int i, unsigned int r) { return i + r % 500; }, 49, false},
-      {"few at random", [](unsigned int, unsigned int r) { return r; }, 50, false},
-      {"few in order", [](unsigned int i, unsigned int) { return i; }, 50, false},
-      {"both sides of the sign", [](unsigned int, unsigned int r) { return r << 28; }, 30, false},
-  };
+  // What a step adds to the priority, and at most at random; removals in a hundred steps.
+  const unsigned int cases[][3] = {{2654435761u, 0, 20}, {0, 0, 20},   {1, 0, 20},
+                                   {1, 4095, 40},        {~0u, 0, 20}, {1, 511, 50}};
   for (const auto& c : cases) {
+    SCOPED_TRACE(&c - cases);
     RequestSequence sequence;
-    std::deque<PRequest> model;
+    std::multimap<std::int64_t, PriorRequest*> model;  // a shown front has the key -1
     std::minstd_rand random(7);
     std::deque<PriorRequest> requests;
-    for (unsigned int i = 0; i < 20000 || !model.empty(); ++i) {
-      if ((i >= 20000 || random() % 100 < c.removals) && !model.empty()) {
-        ASSERT_EQ(model.front().priority, sequence.front().priority) << c.name;
-        ASSERT_EQ(model.front().request, sequence.front().request) << c.name;
+    for (unsigned int i = 0; i < 150000 || !model.empty(); ++i) {
+      if (!model.empty() && (i >= 150000 || random() % 100 < c[2])) {
+        ASSERT_EQ(model.begin()->second, sequence.front().request);
+        ASSERT_EQ(model.begin()->second->priority, sequence.front().priority);
         sequence.popFront();
-        model.pop_front();
+        model.erase(model.begin());
       } else {
-        requests.emplace_back(0, 0);
-        const PRequest element = {c.priority(i, static_cast<unsigned int>(random())),
-                                  &requests.back()};
-        const bool behindFront = c.keepFront && !model.empty();
-        sequence.insert(element, behindFront);
-        const auto place = std::upper_bound(
-            model.begin() + behindFront, model.end(), element,
-            [](const PRequest& a, const PRequest& b) { return a.priority < b.priority; });
-        model.insert(place, element);
+        requests.emplace_back(0, i * c[0] + static_cast<unsigned int>(random() & c[1]));
+        const bool shown = !model.empty() && (model.begin()->first < 0 || random() % 4 == 0);
+        if (shown) {
+          model.emplace(-1, model.begin()->second);
+          model.erase(std::next(model.begin()));
+        }
+        sequence.insert({requests.back().priority, &requests.back()}, shown);
+        model.emplace(requests.back().priority, &requests.back());
       }
-      ASSERT_EQ(model.size(), sequence.size()) << c.name;
+      ASSERT_EQ(model.size(), sequence.size());
     }
-    EXPECT_TRUE(sequence.empty()) << c.name;
   }
 }
 
-// In order or against it, behind a full block or a front to keep: no stream of
-// insertions leaves blocks that are all but empty.
-TEST(RequestSequence, MemoryFollowsWhatWaits) {
-  constexpr long small = 4096;
-  constexpr unsigned int count = 100000;
+// In order, against it or scattered, behind a front to keep or not: neither grows with the number
+// of insertions, but with what waits.
+TEST(RequestSequence, CostAndMemoryFollowWhatWaits) {
   PriorRequest request(0, 0);
-  const long before = allocations::bytes();
-  {
-    RequestSequence abandoned;
-    for (unsigned int i = 0; i < count; ++i) abandoned.insert({i, &request}, false);
-  }
-  RequestSequence sequence;
-  EXPECT_EQ(before, allocations::bytes());
-  for (const bool descending : {false, true}) {
-    for (const bool behindFront : {false, true}) {
-      for (unsigned int i = 0; i < 64; ++i) sequence.insert({i, &request}, false);
-      for (unsigned int i = 0; i < count; ++i) {
-        sequence.insert({descending ? 100 + count - i : 100 + i, &request}, behindFront);
-      }
-      EXPECT_LT(allocations::bytes() - before, 3l * count * static_cast<long>(sizeof(PRequest)));
+  const long before = allocations::bytes(), small = 4096;
+  const auto cost = [&](unsigned int factor, bool behindFront, unsigned int waiting) {
+    RequestSequence sequence;
+    const std::clock_t begin = std::clock();
+    for (unsigned int i = 0; i < (1u << 17) + 5000; ++i) {
+      sequence.insert({i * factor, &request}, behindFront && !sequence.empty());
+      if (sequence.size() < waiting) continue;
+      const long most = 3l * waiting * static_cast<long>(sizeof(sequence.front()));
+      EXPECT_LE(allocations::bytes() - before, most + small) << factor << behindFront;
       while (!sequence.empty()) sequence.popFront();
-      EXPECT_LE(allocations::bytes() - before, small);
+      EXPECT_LE(allocations::bytes() - before, small) << factor << behindFront;
+    }
+    return std::clock() - begin;
+  };
+  for (const unsigned int factor : {1u, ~0u, 2654435761u}) {
+    for (const bool behindFront : {false, true}) {
+      const std::clock_t few = cost(factor, behindFront, 1u << 10);
+      EXPECT_LT(cost(factor, behindFront, 1u << 17), 10 * few) << factor << behindFront;
     }
   }
-  sequence.insert({1, &request}, false);
-  sequence.popFront();
   const long made = allocations::made();
-  for (unsigned int i = 0; i < 1000; ++i) {
-    sequence.insert({i, &request}, false);
-    sequence.popFront();
-  }
-  EXPECT_EQ(made, allocations::made());
+  cost(1, false, 1);
+  EXPECT_GT(10, allocations::made() - made);
+  EXPECT_EQ(before, allocations::bytes());
 }
 
 }  // namespace
