@@ -1,49 +1,36 @@
 // The binary form of CppProperties against a plain reading of its rules.
 
 #include <cstring>
+#include <map>
 #include <sstream>
 
-#include "properties.h"
+#include "fuzzing.h"
+#include "vimo_util/config/CppProperties.h"
 
-namespace {
-
-// Takes a string off the front of `bytes`; false if it is cut short.
-bool takeString(std::string& bytes, std::string& value) {
+// Takes a string with its length off the front of `bytes`; false if it is cut short.
+static bool take(std::string& bytes, std::string& value) {
   std::uint32_t length;
   if (bytes.size() < sizeof length) return false;
   std::memcpy(&length, bytes.data(), sizeof length);
   if (bytes.size() - sizeof length < length) return false;
-  value = bytes.substr(sizeof length, length);
+  value = bytes.substr(0, sizeof length + length);
   bytes.erase(0, sizeof length + length);
   return true;
 }
 
-Entries model(std::string bytes) {
-  Entries entries;
-  for (std::string key, value; takeString(bytes, key) && takeString(bytes, value);) {
-    entries[key] = value;
-  }
-  return entries;
-}
-
-}  // namespace
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const Input input(data, size);
+  Input in(data, size);
+  std::map<std::string, std::string> model;  // of records, by their keys
+  std::string bytes = in.bytes, key, value, expected;
+  while (take(bytes, key) && take(bytes, value)) model[key.substr(4)] = key + value;
+  for (const auto& entry : model) expected += entry.second;
+
   vimo::util::config::CppProperties properties;
   properties.setProperty("old", "gone");
-
-  Chunks in(input);
   properties.load(in);
-  const Entries entries = model(input.bytes);
-  require(entriesOf(properties) == entries, "load() gives the whole records");
-  require(atEnd(in), "load() leaves the stream at its end");
-
-  std::stringstream out;
+  require(in.atEnd());
+  std::ostringstream out;
   properties.save(out);
-  require(model(out.str()) == entries, "save() writes the records");
-  vimo::util::config::CppProperties again;
-  again.load(out);
-  require(entriesOf(again) == entries, "save() and load() give the entries back");
+  require(out.str() == expected);
   return 0;
 }
