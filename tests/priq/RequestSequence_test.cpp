@@ -7,7 +7,7 @@
 #include <map>
 #include <random>
 
-#include "support/Allocations.h"
+#include "support/faults.h"
 
 namespace {
 

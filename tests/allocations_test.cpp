@@ -1,0 +1,139 @@
+// Every operation that allocates, with each of its allocations failed once.
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <deque>
+#include <fstream>
+#include <sstream>
+
+#include "support/faults.h"
+#include "vimo_util/config/CommaSeparatedValues.h"
+#include "vimo_util/config/CppProperties.h"
+#include "vimo_util/file/File.h"
+#include "vimo_util/priq/PriorityQueueManager.h"
+#include "vimo_util/priq/RequestQueue.h"
+
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+
+namespace {
+
+using namespace vimo::util;
+
+const std::string key(40, 'k'), value(40, 'v'), missing = "/no/such/file/with/a/long/name/";
+
+struct World {
+  World() {
+    properties.setProperty(key, value);
+    old.str("old");
+    table.load(old);
+    for (unsigned int i = 0; i < 64; ++i) requests.emplace_back(0, i);
+    for (auto& request : requests) queue.push(&request);  // a node is full then
+    text.str(key + "=" + value + "\n" + value + "=\n");
+    binary.str(std::string("\50\0\0\0", 4) + key + std::string("\50\0\0\0", 4) + value);
+    rows.str(value + "," + value + "\n" + key);
+    properties.setModified(false);
+    file.touch();
+  }
+  ~World() { unlink(other.getPath().c_str()); }
+
+  std::string state() {
+    std::vector<std::string> keys;
+    properties.getKeys(keys);
+    std::string all = properties.isModified() ? "modified " : "";
+    for (const auto& k : keys) all += k + "=" + properties.getProperty(k) + " ";
+    for (const auto& file : files) all += file.getPath() + " ";
+    all += file.getPath() + " " + (file.exists() ? "there " : "gone ");
+    unsigned int id = 0;
+    while (const priq::PriorRequest* request = queue.tryWait(id)) {
+      all += std::to_string(request->priority) + " ";
+      queue.pop();
+    }
+    return all + std::to_string(strings.size()) + " " + std::to_string(table.size());
+  }
+
+  std::istringstream old, text, binary, rows;
+  config::CppProperties properties;
+  config::CommaSeparatedValues table;
+  config::CommaSeparatedValues::Column column;
+  File file{"a file with a name that is long"}, other{"another file with a name that is long"};
+  std::vector<File> files;
+  std::vector<std::string> strings;
+  std::string string;
+  std::deque<priq::PriorRequest> requests;
+  priq::PriorRequest urgent{0, 0}, late{0, 99};
+  priq::PrioritizedQueue queue{0};
+};
+
+int nextKey = 1;  // of a queue that does not exist
+
+const struct {
+  const char* name;
+  void (*run)(World&);
+  bool partWay;  // what it had done by then stays
+} operations[] = {
+    {"getProperty", [](World& w) { w.properties.getProperty(key); }, false},
+    {"getProperty_", [](World& w) { w.properties.getProperty_(key); }, false},
+    {"new key", [](World& w) { w.properties.setProperty(value, value); }, false},
+    {"longer value", [](World& w) { w.properties.setProperty(key, value + value); }, false},
+    {"getKeys", [](World& w) { w.properties.getKeys(w.strings); }, true},
+    {"read", [](World& w) { w.text.exceptions(std::ios::badbit), w.properties.read(w.text); },
+     true},
+    {"load", [](World& w) { w.properties.load(w.binary); }, true},
+    {"load a text", [](World& w) { w.properties.load("text"); }, true},
+    {"get", [](World& w) { w.properties.get(w.binary, w.string); }, true},
+    {"table", [](World& w) { w.table.load(w.rows); }, true},
+    {"table of a file", [](World& w) { w.table.load("text"); }, true},
+    {"row", [](World& w) { w.column.load(w.rows); }, true},
+    {"copy a File", [](World& w) { w.files.push_back(w.file); }, false},
+    {"assign a File", [](World& w) { w.file = w.other; }, false},
+    {"getParent", [](World& w) { w.files.push_back(w.file.getParent()); }, false},
+    {"listFiles", [](World& w) { File(".").listFiles(w.files); }, true},
+    {"renameTo", [](World& w) { w.file.renameTo(w.other); }, false},
+    {"push", [](World& w) { w.queue.push(&w.late); }, false},
+    {"push in between", [](World& w) { w.queue.push(&w.urgent); }, false},
+    {"make a queue", [](World&) { priq::PrioritizedQueue(0); }, false},
+    {"connect", [](World&) { priq::RequestQueue(nextKey, 0); }, false},
+};
+
+// Runs it in a new world, where the nth allocation fails. Returns the state, or what left it.
+std::string attempt(void (*run)(World&), int nth, bool again) {
+  World world;
+  std::string end;
+  allocations::failAt(nth);
+  try {
+    run(world);
+  } catch (const std::bad_alloc&) {
+    end = "std::bad_alloc";
+  } catch (const VIMOException& exception) {
+    end = "VIMOException";
+  }
+  allocations::failAt(0);
+  EXPECT_EQ(!end.empty(), allocations::failed()) << end;
+  if (again) run(world);
+  return world.state();
+}
+
+TEST(Allocations, ThatFailChangeNothingAndLoseNothing) {
+  std::ofstream("text") << key << "=" << value << "\n";
+  std::set_unexpected([] { throw VIMOException(7); });
+  for (const auto& operation : operations) {
+    const std::string before = attempt([](World&) {}, 0, false);
+    const std::string after = attempt(operation.run, 0, false);
+    for (int nth = 1;; ++nth) {
+      SCOPED_TRACE(operation.name + std::to_string(nth));
+      ++nextKey;
+      const long live = allocations::live();
+      EXPECT_TRUE(before == attempt(operation.run, nth, false) || operation.partWay ||
+                  !allocations::failed());
+      if (!allocations::failed()) break;
+      EXPECT_EQ(live, allocations::live());
+      if (!operation.partWay) {
+        EXPECT_EQ(after, attempt(operation.run, nth, true));
+      }
+    }
+  }
+  unlink("text");
+}
+
+}  // namespace
