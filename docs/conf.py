@@ -1,0 +1,52 @@
+# The site of guide and reference. Doxygen reads the headers, Breathe shows what they say.
+import pathlib
+import re
+import subprocess
+
+root = pathlib.Path(__file__).resolve().parent.parent
+(root / "build").mkdir(exist_ok=True)
+doxyfile = """INPUT = vimo_util
+RECURSIVE = YES
+FILE_PATTERNS = *.h
+PREDEFINED = VIMO_UTIL_API=
+MACRO_EXPANSION = YES
+OUTPUT_DIRECTORY = build/doxygen
+GENERATE_HTML = NO
+GENERATE_LATEX = NO
+GENERATE_XML = YES
+QUIET = YES
+WARN_IF_UNDOCUMENTED = NO
+WARN_AS_ERROR = FAIL_ON_WARNINGS"""
+subprocess.run(["doxygen", "-"], cwd=root, input=doxyfile, check=True, text=True)
+
+project = html_title = "vimo_util"
+extensions = ["breathe", "myst_parser", "sphinx.ext.graphviz", "sphinx_copybutton"]
+breathe_projects = {project: root / "build/doxygen/xml"}
+breathe_default_project = project
+breathe_default_members = ("members", "undoc-members")
+graphviz_output_format = "svg"
+html_theme = "furo"
+html_theme_options = {"dark_css_variables": {"picture": "invert(1) hue-rotate(180deg)"}}
+html_static_path = ["static"]
+html_css_files = ["site.css"]
+html_copy_source = html_show_copyright = html_show_search_summary = False
+
+
+# Debian's furo is not bundled: its script imports another, its style sheet imports one of a server,
+# and lacks the rules for a reader whose system is dark. Mends the copies in the site.
+def bundle(app, _):
+    def mend(name, line, file):
+        path = pathlib.Path(app.outdir, "_static", name)
+        path.write_text(path.read_text().replace(line, (path.parent / file).read_text()))
+        return path
+
+    mend("scripts/furo.js", 'import Gumshoe from "./gumshoe-patched.js";', "gumshoe-patched.js")
+    normal = "/javascript/normalize.css/normalize.css"
+    style = mend("styles/furo.css", f"@import url({normal});", "/usr/share" + normal)
+    dark = re.search(r'body\[data-theme="dark"\] ({.*?})', style.read_text(), re.DOTALL).group(1)
+    with style.open("a") as out:
+        out.write(f'@media (prefers-color-scheme: dark) {{body:not([data-theme="light"]) {dark}}}')
+
+
+def setup(app):
+    app.connect("build-finished", bundle)

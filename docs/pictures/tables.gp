@@ -1,4 +1,0 @@
-# Loading a table.
-row = "^load 200000 rows"
-height = 220
-load "docs/pictures/bars"
