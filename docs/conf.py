@@ -4,13 +4,12 @@ import re
 import subprocess
 
 root = pathlib.Path(__file__).resolve().parent.parent
-(root / "build").mkdir(exist_ok=True)
 doxyfile = """INPUT = vimo_util
 RECURSIVE = YES
 FILE_PATTERNS = *.h
 PREDEFINED = VIMO_UTIL_API=
 MACRO_EXPANSION = YES
-OUTPUT_DIRECTORY = build/doxygen
+OUTPUT_DIRECTORY = build
 GENERATE_HTML = NO
 GENERATE_LATEX = NO
 GENERATE_XML = YES
@@ -21,7 +20,7 @@ subprocess.run(["doxygen", "-"], cwd=root, input=doxyfile, check=True, text=True
 
 project = html_title = "vimo_util"
 extensions = ["breathe", "myst_parser", "sphinx.ext.graphviz", "sphinx_copybutton"]
-breathe_projects = {project: root / "build/doxygen/xml"}
+breathe_projects = {project: root / "build/xml"}
 breathe_default_project = project
 breathe_default_members = ("members", "undoc-members")
 graphviz_output_format = "svg"
