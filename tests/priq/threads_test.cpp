@@ -35,9 +35,7 @@ extern "C" int pthread_cond_wait(pthread_cond_t* condition, pthread_mutex_t* mut
 }
 extern "C" int pthread_cond_broadcast(pthread_cond_t* condition) noexcept {
   ++broadcasts;
-  const int lock = pthread_mutex_trylock(mutexOfQueue);
-  if (lock == 0) pthread_mutex_unlock(mutexOfQueue);
-  broadcastsUnderLock += lock == EBUSY;
+  if (mutexOfQueue && pthread_mutex_trylock(mutexOfQueue) == EBUSY) ++broadcastsUnderLock;
   return real(&pthread_cond_broadcast, "pthread_cond_broadcast")(condition);
 }
 
