@@ -24,10 +24,9 @@ breathe_projects = {project: root / "build/xml"}
 breathe_default_project = project
 breathe_default_members = ("members", "undoc-members")
 graphviz_output_format = "svg"
-html_theme = "furo"
+highlight_language, html_theme = "cpp", "furo"
 html_theme_options = {"dark_css_variables": {"picture": "invert(1) hue-rotate(180deg)"}}
-html_static_path = ["static"]
-html_css_files = ["site.css"]
+html_static_path, html_css_files = ["static"], ["site.css"]
 html_copy_source = html_show_copyright = html_show_search_summary = False
 
 
