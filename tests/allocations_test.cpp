@@ -20,19 +20,14 @@ namespace {
 
 using namespace vimo::util;
 
-const std::string key(40, 'k'), value(40, 'v'), missing = "/no/such/file/with/a/long/name/";
+const std::string key(40, 'k'), value(40, 'v');
 
 struct World {
   World() {
     properties.setProperty(key, value);
-    old.str("old");
-    table.load(old);
+    properties.setModified(false);
     for (unsigned int i = 0; i < 64; ++i) requests.emplace_back(0, i);
     for (auto& request : requests) queue.push(&request);  // a node is full then
-    text.str(key + "=" + value + "\n" + value + "=\n");
-    binary.str(std::string("\50\0\0\0", 4) + key + std::string("\50\0\0\0", 4) + value);
-    rows.str(value + "," + value + "\n" + key);
-    properties.setModified(false);
     file.touch();
   }
   ~World() { unlink(other.getPath().c_str()); }
@@ -42,24 +37,23 @@ struct World {
     properties.getKeys(keys);
     std::string all = properties.isModified() ? "modified " : "";
     for (const auto& k : keys) all += k + "=" + properties.getProperty(k) + " ";
-    for (const auto& file : files) all += file.getPath() + " ";
-    all += file.getPath() + " " + (file.exists() ? "there " : "gone ");
+    for (const auto& f : files) all += f.getPath() + " ";
+    all += file.getPath() + (file.exists() ? " there " : " gone ");
     unsigned int id = 0;
-    while (const priq::PriorRequest* request = queue.tryWait(id)) {
+    for (; const priq::PriorRequest* request = queue.tryWait(id); queue.pop()) {
       all += std::to_string(request->priority) + " ";
-      queue.pop();
     }
-    return all + std::to_string(strings.size()) + " " + std::to_string(table.size());
+    return all;
   }
 
-  std::istringstream old, text, binary, rows;
+  std::istringstream text{key + "=" + value}, rows{value + "," + value + "\n" + key};
+  std::istringstream binary{std::string("\50\0\0\0", 4) + key + std::string("\50\0\0\0", 4) +
+                            value};
   config::CppProperties properties;
   config::CommaSeparatedValues table;
-  config::CommaSeparatedValues::Column column;
   File file{"a file with a name that is long"}, other{"another file with a name that is long"};
   std::vector<File> files;
-  std::vector<std::string> strings;
-  std::string string;
+  std::vector<std::string> strings{""};
   std::deque<priq::PriorRequest> requests;
   priq::PriorRequest urgent{0, 0}, late{0, 99};
   priq::PrioritizedQueue queue{0};
@@ -81,10 +75,10 @@ const struct {
      true},
     {"load", [](World& w) { w.properties.load(w.binary); }, true},
     {"load a text", [](World& w) { w.properties.load("text"); }, true},
-    {"get", [](World& w) { w.properties.get(w.binary, w.string); }, true},
+    {"get", [](World& w) { w.properties.get(w.binary, w.strings[0]); }, true},
     {"table", [](World& w) { w.table.load(w.rows); }, true},
     {"table of a file", [](World& w) { w.table.load("text"); }, true},
-    {"row", [](World& w) { w.column.load(w.rows); }, true},
+    {"row", [](World& w) { config::CommaSeparatedValues::Column().load(w.rows); }, true},
     {"copy a File", [](World& w) { w.files.push_back(w.file); }, false},
     {"assign a File", [](World& w) { w.file = w.other; }, false},
     {"getParent", [](World& w) { w.files.push_back(w.file.getParent()); }, false},

@@ -22,27 +22,6 @@ std::atomic<long> madeBlocks, liveBlocks, liveBytes;
 thread_local int countdown;
 thread_local bool hasFailed;
 
-void* allocate(std::size_t size) {
-  if (countdown > 0 && --countdown == 0) {
-    hasFailed = true;
-    throw std::bad_alloc();
-  }
-  void* const memory = std::malloc(size > 0 ? size : 1);
-  if (!memory) throw std::bad_alloc();
-  std::memset(memory, 0xa5, size);  // so that nothing new is zero by chance
-  ++madeBlocks;
-  ++liveBlocks;
-  liveBytes += static_cast<long>(malloc_usable_size(memory));
-  return memory;
-}
-
-void release(void* memory) {
-  if (!memory) return;
-  --liveBlocks;
-  liveBytes -= static_cast<long>(malloc_usable_size(memory));
-  std::free(memory);
-}
-
 // Of one thread at a time: the one that the test looks at.
 std::string armedName, log;
 calls::Fault armedFault;
@@ -60,9 +39,8 @@ bool fails(const char* name) { return meet(name) == calls::Fault::error; }
 
 // A descriptor that is lost when its thread is cancelled, as in glibc before 2.41.
 int opened(const char* path, int flags) {
-  const auto fd = syscall(SYS_openat, AT_FDCWD, path, flags | O_LARGEFILE, 0666);
-  pthread_testcancel();
-  return static_cast<int>(fd);
+  const int fd = static_cast<int>(syscall(SYS_openat, AT_FDCWD, path, flags | O_LARGEFILE, 0666));
+  return pthread_testcancel(), fd;
 }
 
 template <class Call>
@@ -82,7 +60,7 @@ long allocations::bytes() { return liveBytes; }
 bool allocations::failed() { return hasFailed; }
 void allocations::failAt(int n) {
   countdown = n;
-  if (n > 0) hasFailed = false;
+  hasFailed = hasFailed && n == 0;
 }
 
 void calls::arm(Fault fault, int nth, const std::string& name) {
@@ -102,12 +80,23 @@ int calls::openDescriptors() {
   return open;
 }
 
-void* operator new(std::size_t size) { return allocate(size); }
-void* operator new[](std::size_t size) { return allocate(size); }
-void operator delete(void* memory) noexcept { release(memory); }
-void operator delete[](void* memory) noexcept { release(memory); }
-void operator delete(void* memory, std::size_t) noexcept { release(memory); }
-void operator delete[](void* memory, std::size_t) noexcept { release(memory); }
+void* operator new(std::size_t size) {
+  hasFailed |= countdown == 1;
+  if (countdown > 0 && --countdown == 0) throw std::bad_alloc();
+  void* const memory = std::malloc(size);
+  if (!memory) throw std::bad_alloc();
+  std::memset(memory, 0xa5, size);  // so that nothing new is zero by chance
+  ++madeBlocks;
+  ++liveBlocks;
+  liveBytes += static_cast<long>(malloc_usable_size(memory));
+  return memory;
+}
+void operator delete(void* memory) noexcept {
+  liveBlocks -= memory != nullptr;
+  liveBytes -= static_cast<long>(malloc_usable_size(memory));
+  std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept { operator delete(memory); }
 
 extern "C" {
 
@@ -121,20 +110,14 @@ ssize_t write(int fd, const void* bytes, size_t size) {
 }
 int close(int fd) {  // closes the descriptor also when it fails, as the system does
   const bool failed = fails("close");
-  const auto result = syscall(SYS_close, fd);
-  pthread_testcancel();
-  return failed ? -1 : static_cast<int>(result);
+  const bool closed = syscall(SYS_close, fd) == 0;
+  return pthread_testcancel(), closed && !failed ? 0 : -1;
 }
 int stat(const char* path, struct stat* status) noexcept {
   return fails("stat") ? -1 : fstatat(AT_FDCWD, path, status, 0);
 }
 int fstat(int fd, struct stat* status) noexcept {
   return fails("fstat") ? -1 : fstatat(fd, "", status, AT_EMPTY_PATH);
-}
-struct dirent* readdir(DIR* stream) {
-  if (fails("readdir")) return nullptr;
-  pthread_testcancel();
-  return reinterpret_cast<struct dirent* (*)(DIR*)>(dlsym(RTLD_NEXT, "readdir64"))(stream);
 }
 int closedir(DIR* stream) {
   if (fails("closedir")) return -1;
