@@ -1,4 +1,5 @@
-// Whole files beside what a user would take instead. Names read row/contestant.
+// Whole files beside what a user would take instead. Names read row/contestant/bytes.
+// The files lie in the working directory.
 
 #include "vimo_util/file/File.h"
 
@@ -13,93 +14,76 @@
 
 namespace {
 
-namespace fs = std::filesystem;
 using vimo::util::File;
 
-// In memory, so that no disk is measured.
-const std::string from = "/dev/shm/file_bench.from";
-const std::string to = "/dev/shm/file_bench.to";
+const auto overwrite = std::filesystem::copy_options::overwrite_existing;
 
-// Two equal files.
-void make(int size) {
-  std::ofstream(from) << std::string(size, 'x');
-  fs::copy_file(from, to, fs::copy_options::overwrite_existing);
+void makeTwoEqualFiles(long size) {
+  std::ofstream("from") << std::string(size, 'x');
+  std::filesystem::copy_file("from", "to", overwrite);
 }
 
-void copy(benchmark::State& state, int size) {
-  make(size);
+void copy(benchmark::State& state) {
+  makeTwoEqualFiles(state.range(0));
   for (auto _ : state) {
-    File source(from), dest(to);
-    source.copyTo(dest);
+    File from("from"), to("to");
+    from.copyTo(to);
   }
 }
 
-void copyByFilesystem(benchmark::State& state, int size) {
-  make(size);
-  for (auto _ : state) fs::copy_file(from, to, fs::copy_options::overwrite_existing);
+void copyByFilesystem(benchmark::State& state) {
+  makeTwoEqualFiles(state.range(0));
+  for (auto _ : state) std::filesystem::copy_file("from", "to", overwrite);
 }
 
 template <int blockSize>
-void copyByHand(benchmark::State& state, int size) {
-  make(size);
+void copyByHand(benchmark::State& state) {
+  makeTwoEqualFiles(state.range(0));
   for (auto _ : state) {
-    const int in = open(from.c_str(), O_RDONLY);
-    const int out = creat(to.c_str(), 0666);
+    const int from = open("from", O_RDONLY);
+    const int to = creat("to", 0666);
     char block[blockSize];
-    for (ssize_t count; (count = read(in, block, sizeof block)) > 0;) {
-      if (write(out, block, count) != count) state.SkipWithError("cannot write");
+    for (ssize_t count; (count = read(from, block, sizeof block)) > 0;) {
+      if (write(to, block, count) != count) state.SkipWithError("cannot write");
     }
-    close(in);
-    close(out);
+    close(from);
+    close(to);
   }
 }
 
-void compare(benchmark::State& state, int size) {
-  make(size);
+void compare(benchmark::State& state) {
+  makeTwoEqualFiles(state.range(0));
   for (auto _ : state) {
-    File one(from), other(to);
-    benchmark::DoNotOptimize(one.compareTo(other));
+    File from("from"), to("to");
+    benchmark::DoNotOptimize(from.compareTo(to));
   }
 }
 
 template <int blockSize>
-void compareByHand(benchmark::State& state, int size) {
-  make(size);
+void compareByHand(benchmark::State& state) {
+  makeTwoEqualFiles(state.range(0));
   for (auto _ : state) {
-    const int one = open(from.c_str(), O_RDONLY);
-    const int other = open(to.c_str(), O_RDONLY);
+    const int from = open("from", O_RDONLY);
+    const int to = open("to", O_RDONLY);
     char a[blockSize], b[blockSize];
-    for (ssize_t count; (count = read(one, a, sizeof a)) > 0;) {
-      if (read(other, b, sizeof b) != count || std::memcmp(a, b, count) != 0) {
+    for (ssize_t count; (count = read(from, a, sizeof a)) > 0;) {
+      if (read(to, b, sizeof b) != count || std::memcmp(a, b, count) != 0) {
         state.SkipWithError("they differ");
       }
     }
-    close(one);
-    close(other);
+    close(from);
+    close(to);
   }
 }
 
-void enter(const std::string& size, int bytes) {
-  const auto row = [&](const std::string& name, void (*work)(benchmark::State&, int)) {
-    benchmark::RegisterBenchmark(name.c_str(), work, bytes);
-  };
-  row("copy " + size + "/vimo_util", copy);
-  row("copy " + size + "/filesystem", copyByFilesystem);
-  row("copy " + size + "/by hand, 1 KiB a read", copyByHand<1024>);
-  row("copy " + size + "/by hand, 64 KiB a read", copyByHand<65536>);
-  row("compare " + size + "/vimo_util", compare);
-  row("compare " + size + "/by hand, 1 KiB a read", compareByHand<1024>);
-  row("compare " + size + "/by hand, 64 KiB a read", compareByHand<65536>);
-}
+BENCHMARK(copy)->Name("copy, bytes/vimo_util")->Arg(1000)->Arg(1000000);
+BENCHMARK(copyByFilesystem)->Name("copy, bytes/filesystem")->Arg(1000)->Arg(1000000);
+BENCHMARK(copyByHand<1024>)->Name("copy, bytes/blocks of 1 KiB")->Arg(1000)->Arg(1000000);
+BENCHMARK(copyByHand<65536>)->Name("copy, bytes/blocks of 64 KiB")->Arg(1000)->Arg(1000000);
+BENCHMARK(compare)->Name("compare, bytes/vimo_util")->Arg(1000)->Arg(1000000);
+BENCHMARK(compareByHand<1024>)->Name("compare, bytes/blocks of 1 KiB")->Arg(1000)->Arg(1000000);
+BENCHMARK(compareByHand<65536>)->Name("compare, bytes/blocks of 64 KiB")->Arg(1000)->Arg(1000000);
 
 }  // namespace
 
-int main(int argc, char** argv) {
-  enter("1 KiB", 1 << 10);
-  enter("1 MiB", 1 << 20);
-  enter("64 MiB", 1 << 26);
-  benchmark::Initialize(&argc, argv);
-  benchmark::RunSpecifiedBenchmarks();
-  fs::remove(from);
-  fs::remove(to);
-}
+BENCHMARK_MAIN();
