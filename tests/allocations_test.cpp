@@ -7,9 +7,8 @@
 #include <fstream>
 #include <sstream>
 
+#include "config/dump.h"
 #include "support/faults.h"
-#include "vimo_util/config/CommaSeparatedValues.h"
-#include "vimo_util/config/CppProperties.h"
 #include "vimo_util/file/File.h"
 #include "vimo_util/priq/PriorityQueueManager.h"
 #include "vimo_util/priq/RequestQueue.h"
@@ -33,10 +32,7 @@ struct World {
   ~World() { unlink(other.getPath().c_str()); }
 
   std::string state() {
-    std::vector<std::string> keys;
-    properties.getKeys(keys);
-    std::string all = properties.isModified() ? "modified " : "";
-    for (const auto& k : keys) all += k + "=" + properties.getProperty(k) + " ";
+    std::string all = (properties.isModified() ? "modified " : "") + dump(properties);
     for (const auto& f : files) all += f.getPath() + " ";
     all += file.getPath() + (file.exists() ? " there " : " gone ");
     unsigned int id = 0;

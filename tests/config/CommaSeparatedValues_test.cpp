@@ -1,30 +1,15 @@
-#include "vimo_util/config/CommaSeparatedValues.h"
-
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <fstream>
 #include <sstream>
 
+#include "config/dump.h"
+
 namespace {
 
 using vimo::util::config::CommaSeparatedValues;
 using namespace std::string_literals;
-
-// "[cell][cell]" for a row, and "[cell][cell];" for each row of a table.
-std::string dump(const std::vector<std::string>& cells) {
-  std::string all;
-  for (const std::string& cell : cells) all += '[' + cell + ']';
-  return all;
-}
-std::string dump(CommaSeparatedValues& table) {
-  std::string all;
-  for (std::uint32_t row = 0; row < table.rowCount(); ++row) {
-    all += dump(table[row]->cells) + ';';
-    EXPECT_EQ(table[row]->cells.size(), table.columnCount(row));
-  }
-  return all;
-}
 
 // The rows of `text`, read from a stream, from one without a buffer and from a path.
 std::string load(const std::string& text) {
@@ -39,6 +24,9 @@ std::string load(const std::string& text) {
   EXPECT_TRUE(&table.load(in) == &in && in.eof() && !in.bad()) << text;
   EXPECT_EQ(text.empty() || text.back() == '\n', in.fail()) << text;
   std::string rows = dump(table);
+  for (std::uint32_t row = 0; row < table.rowCount(); ++row) {
+    EXPECT_EQ(table[row]->cells.size(), table.columnCount(row));
+  }
   table.load(unbuffered);
   EXPECT_EQ(rows, dump(table)) << text;
   EXPECT_TRUE(other.load(path) && unlink(path.c_str()) == 0 && !other.load(path));
@@ -70,7 +58,7 @@ TEST(CommaSeparatedValues, ReadsTablesAndCutsLinesAsColumnDoes) {
     CommaSeparatedValues::Column column;
     column.cells = {"old"};
     column.load(in);
-    EXPECT_EQ("[old]" + c[1], dump(column.cells)) << c[0];
+    EXPECT_EQ("[old]" + c[1], dump(column)) << c[0];
   }
 }
 

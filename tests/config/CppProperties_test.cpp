@@ -1,5 +1,3 @@
-#include "vimo_util/config/CppProperties.h"
-
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -7,19 +5,12 @@
 #include <functional>
 #include <sstream>
 
+#include "config/dump.h"
+
 namespace {
 
 using vimo::util::config::CppProperties;
 using namespace std::string_literals;
-
-// The entries in one line, "key>value;" for each.
-std::string dump(CppProperties& properties) {
-  std::vector<std::string> keys;
-  properties.getKeys(keys);
-  std::string all;
-  for (const std::string& key : keys) all += key + '>' + properties.getProperty(key) + ';';
-  return all;
-}
 
 // The code of the VIMOException that `action` throws, 0 if it throws nothing.
 unsigned int codeOf(const std::function<void()>& action) {

@@ -5,8 +5,7 @@
 #include <map>
 #include <sstream>
 
-#include "vimo_util/config/CommaSeparatedValues.h"
-#include "vimo_util/config/CppProperties.h"
+#include "config/dump.h"
 
 namespace {
 
@@ -32,24 +31,10 @@ struct Objects {
   CommaSeparatedValues::Column row;
 };
 
-std::string dump(const std::vector<std::string>& cells, const std::string& end) {
-  std::string all;
-  for (const std::string& cell : cells) all += '[' + cell + ']';
-  return all + end;
-}
-std::string dump(Objects& objects) {
-  std::vector<std::string> keys;
-  objects.properties.getKeys(keys);
-  std::string all;
-  for (const auto& key : keys) all += key + '>' + objects.properties.getProperty(key) + ';';
-  for (std::uint32_t row = 0; row < objects.table.size(); ++row) {
-    all += dump(objects.table[row]->cells, ";");
-  }
-  return all + dump(objects.row.cells, "");
-}
+std::string all(Objects& o) { return dump(o.properties) + dump(o.table) + dump(o.row); }
 
 const std::ios::iostate good = std::ios::goodbit, bad = std::ios::badbit,
-                        all = std::ios::badbit | std::ios::failbit | std::ios::eofbit;
+                        every = std::ios::badbit | std::ios::failbit | std::ios::eofbit;
 
 // What leaves `action` on a stream that throws or ends, `stops` being what the end sets.
 template <class Action>
@@ -91,7 +76,7 @@ TEST(Streams, ReadersKeepWhatWasComplete) {
     for (std::size_t i = 0; i < 6 * (c.input.size() + 1); ++i) {
       const std::string input = c.input.substr(0, i / 6);
       const bool throws = i % 2;
-      const std::ios::iostate mask = i % 3 == 0 ? good : i % 3 == 1 ? bad : all;
+      const std::ios::iostate mask = i % 3 == 0 ? good : i % 3 == 1 ? bad : every;
       SCOPED_TRACE(input + (throws ? ", throws, " : ", ends, ") + std::to_string(mask));
       Objects objects, plain;
       Buffer buffer(input, throws);
@@ -102,9 +87,8 @@ TEST(Streams, ReadersKeepWhatWasComplete) {
       EXPECT_EQ(mask, in.exceptions());
       std::istringstream whole(input);
       c.read(plain, whole);
-      const bool cut = throws || mask == all;
-      EXPECT_EQ(cut ? std::prev(c.complete.upper_bound(i / 6))->second : dump(plain),
-                dump(objects));
+      const bool cut = throws || mask == every;
+      EXPECT_EQ(cut ? std::prev(c.complete.upper_bound(i / 6))->second : all(plain), all(objects));
     }
   }
 }

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <linux/capability.h>
+#include <pthread.h>
 #include <stdio_ext.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -12,22 +13,19 @@
 #include <fstream>
 #include <sstream>
 
+#include "support/faults.h"
+
 namespace {
 
+using calls::Fault;
 using vimo::util::File;
 
 FILE* const unflushed = fopen("/dev/null", "w");
 
-int openDescriptors() {
-  int open = 0;
-  for (int fd = 0; fd < 64; ++fd) open += fcntl(fd, F_GETFD) != -1;
-  return open;
-}
-
 // What `action` returns or throws, how many descriptors it opens or closes, whether it flushes.
 template <class Action>
 std::string run(Action action) {
-  const int before = openDescriptors();
+  const int before = calls::openDescriptors();
   fputs("x", unflushed);
   std::ostringstream answer;
   try {
@@ -35,7 +33,7 @@ std::string run(Action action) {
   } catch (const vimo::util::FileException& e) {
     answer << e.what();
   }
-  const int opened = openDescriptors() - before;
+  const int opened = calls::openDescriptors() - before;
   if (opened != 0) answer << std::showpos << ' ' << opened;
   if (__fpending(unflushed) == 0) answer << " flushed";
   return answer.str();
@@ -245,5 +243,83 @@ TEST_F(FileTest, SwitchesExactlyItsPermissionBits) {
     EXPECT_EQ("0, gonenot found", all({set(refusing, true), set(gone, true)}));
   }
 }
+
+TEST_F(FileTest, AnswersWhateverCallFails) {
+  const struct {
+    const char* call;
+    int nth;
+    Fault fault;
+    const char *answer, *again;  // of a copy of three blocks, and of the same call without a fault
+    int written;                 // after the first
+  } cases[] = {
+      {"open", 1, Fault::error, "-1", "2492 +2 flushed", 6},
+      {"stat", 1, Fault::error, "2492 +2 flushed", "0 flushed", 2492},
+      {"fstat", 1, Fault::error, "-1 +1", "2492 +1 flushed", 6},
+      {"creat", 1, Fault::error, "-1 +1", "2492 +1 flushed", 6},
+      {"read", 1, Fault::error, "copy: read error +2", "2492 flushed", 0},
+      {"read", 3, Fault::error, "copy: read error +2", "444 flushed", 2048},
+      {"read", 4, Fault::error, "copy: read error +2", "0 flushed", 2492},
+      {"read", 2, Fault::cut, "2492 +2 flushed", "0 flushed", 2492},
+      {"write", 1, Fault::error, "copy: write error +2", "1468 flushed", 0},
+      {"write", 2, Fault::zero, "copy: write error +2", "444 flushed", 1024},
+      {"write", 3, Fault::error, "copy: write error +2", "0 flushed", 2048},
+      {"write", 3, Fault::cut, "2492 +2 flushed", "0 flushed", 2492},
+      {"fflush", 1, Fault::error, "2492 +2", "0 flushed", 2492},
+      {"close", 1, Fault::error, "2492 +2 flushed", "0 flushed", 2492},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(std::string(c.call) + ' ' + std::to_string(c.nth));
+    File blocks("blocks"), dest("dest"), twin("blocks"), other("blocks");
+    EXPECT_EQ("", sh("cp b dest"));
+    calls::arm(c.fault, c.nth, c.call);
+    EXPECT_EQ(c.answer, copy(blocks, dest));
+    EXPECT_EQ(c.written, dest.length());
+    EXPECT_EQ(c.again, copy(blocks, dest));
+    EXPECT_EQ("ok -1 flushed", end(blocks));
+    EXPECT_NE(std::string::npos, calls::disarm().find(" fflush close"));
+    const bool lost = c.answer[6] == 'w';
+    EXPECT_EQ(lost, system("cmp -s blocks dest") != 0);
+    calls::arm(Fault::error, c.nth, "read");  // at each of the first blocks of either side
+    EXPECT_EQ("copy: read error +2", compare(twin, other));
+    calls::disarm();
+  }
+}
+
+#ifndef __SANITIZE_ADDRESS__  // which does not follow a thread that unwinds from a cancellation
+
+TEST_F(FileTest, CancelledLoseNoDescriptorAndFinishWhatTheyClose) {
+  void (*const operations[])(File, File) = {
+      [](File a, File b) { a.compareTo(b), a = b; },
+      [](File a, File b) { File("new").touch(), a.compareTo(b), File("new").renameTo(b); },
+      [](File, File) {
+        std::vector<File> files;
+        File("dir").listFiles(files);
+      },
+      [](File a, File b) { a.copyTo(b), b.deleteThis(); },
+  };
+  const int before = calls::openDescriptors();
+  for (const auto& operation : operations) {
+    bool met = true;
+    for (int nth = 1; met; ++nth) {
+      SCOPED_TRACE(std::to_string(&operation - operations) + ' ' + std::to_string(nth));
+      calls::arm(Fault::cancel, nth);
+      pthread_t thread;
+      const auto start = [](void* run) -> void* {
+        (*static_cast<void (*const*)(File, File)>(run))(File("a"), File("c"));
+        pthread_testcancel();  // cancelling is allowed again
+        return nullptr;
+      };
+      pthread_create(&thread, nullptr, start,
+                     const_cast<void*>(static_cast<const void*>(&operation)));
+      void* end;
+      pthread_join(thread, &end);
+      calls::disarm(&met);
+      EXPECT_EQ(met ? PTHREAD_CANCELED : nullptr, end);
+      EXPECT_EQ(before, calls::openDescriptors());
+    }
+  }
+}
+
+#endif
 
 }  // namespace
