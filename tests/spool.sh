@@ -1,7 +1,7 @@
 #!/bin/bash
 # Tries spool as an adversary would: spool.sh SPOOL
-# Each row has a folder of its own with in, out, a configuration, and victim, which must stay as it is.
-# shellcheck disable=SC2094,SC2317
+# Each row has a folder of its own with in, out, a configuration, and victim, which must not change.
+# shellcheck disable=SC2015,SC2094,SC2317
 set -u
 spool=$1 bad=0
 work=$(mktemp -d)
@@ -13,7 +13,7 @@ files() {  # COUNT SIZE: the first of SIZE bytes, the second of twice as many, a
 sums() { (cd "$1" && find . -type f ! -name '.*' -exec md5sum {} + | sort); }
 stay() { diff sums <(sums in); }
 came() { diff sums <(sums out) && [ -z "$(ls in)" ]; }
-whole() { diff sums <(sort -u <(sums in) <(sums out)); }  # here or there or, before the end, in both
+whole() { diff sums <(sort -u <(sums in) <(sums out)); }  # at the end of a delivery in both
 powerless() { setpriv --bounding-set=-all --inh-caps=-all "$@"; }  # a superuser, too
 kills() {
   for _ in $(seq 30); do
@@ -41,14 +41,14 @@ broken() {  # FILE SECOND LINE...: each of them is refused, with its number or t
 }
 
 while IFS='~' read -r -u 3 name status error output prepare command check; do
-  mkdir -p "$work/$name"/{in,out} && cd "$work/$name" && echo v >victim && printf '.alarm,0\n.bulk,999\n' >rules
-  printf 'poll=10\nworkers=1\nrules=rules\n' >config
+  mkdir -p "$work/$name"/{in,out} && cd "$work/$name" && echo v >victim
+  printf 'poll=10\nworkers=1\nrules=rules\n' >config && printf '.alarm,0\n.bulk,999\n' >rules
   eval "$prepare" || { echo "spool.sh: left out: $name" && continue; }
   eval "${command:-$spool in out}" >stdout 2>stderr; got=$?
-  if [ $got -ne "$status" ] || ! grep -qE "$error" <<<"$(cat stderr)" || ! grep -qE "$output" <<<"$(cat stdout)" ||
-    ! eval "${check:-came}" || [ "$(cat victim)" != v ] || [ -n "$(find out -name '.spool.part-*')" ]; then
-    echo "spool.sh: $name: status $got: $(head -n 5 stdout stderr)" && bad=1
-  fi
+  [ $got -eq "$status" ] && grep -qE "$error" <<<"$(cat stderr)" &&
+    grep -qE "$output" <<<"$(cat stdout)" &&
+    eval "${check:-came}" && [ "$(cat victim)" = v ] && [ -z "$(find out -name '.spool.part-*')" ] ||
+    { echo "spool.sh: $name: status $got: $(head -n 5 stdout stderr)" && bad=1; }
 done 3<<'TABLE'
 killed at 30 moments~0~~~files 1000 9~kills~
 names of any bytes~0~^$~^4 files~for i in "$(printf 'n%.0s' {1..255})" $'\n' $'\e[31m' $'\xff'; do echo 1 >in/"$i"; done; sums in >sums~~
@@ -56,11 +56,11 @@ names that would steer a terminal~1~in/.x0a.x1b\[31m.xff: ~~echo 1 >$'in/\n\e[31
 no files~0~left out, .*: 5$~^0 files~mkfifo in/f && ln -s ../victim in/l && ln -s no in/n && mkdir in/d && : >in/.h~~[ "$(ls -A in | wc -l)" = 5 ]
 permissions, and a delivery without its end~0~^$~^2 files~files 2 90000 && chmod 7751 in/1 && cp in/2 out~~came && [ "$(stat -c %a out/1)" = 751 ]
 a conflict~1~in/1: out/1: differs~ 1 failed~files 1 9 && echo other >out/1~~stay && [ "$(cat out/1)" = other ]
-a link in a file's place~1~in/1: out/1~ 1 failed~files 1 9 && ln -s ../victim out/1~~stay && [ -L out/1 ]
+a link in a file's place~1~in/1: out/1~ 1 failed~cp victim in/1 && sums in >sums && ln -s ../victim out/1~~stay && [ -L out/1 ]
 a FIFO in a file's place~1~in/1: out/1~ 1 failed~files 1 0 && mkfifo out/1~~stay && [ -p out/1 ]
 links in the place of its own files~0~starts anew~ ever 1 files~files 1 9 && ln -s ../victim out/.spool.part-9 && ln -s ../victim out/.spool.state~~
 totals since ever, and then damaged~0~damaged; it starts anew~ever 0 files~for i in 1 2; do files 1 9 && $spool in out >first && rm out/1; done && printf x | dd bs=1 seek=20 conv=notrunc of=out/.spool.state status=none~~grep -q 'ever 2 files, 18 bytes' first
-closed descriptors~1~~~files 2 9 && echo other >out/2~$spool in out <&- >&- 2>&-~[ "$(cat out/2)" = other ] && [ "$(ls in)" = 2 ]
+closed descriptors~0~~~files 3 9~$spool in out <&- >&- 2>&-~
 a file that grows~1~in/1: keeps changing~^0 files~files 1 50000000~grows~[ -z "$(ls out)" ]
 a full disk~1~No space left on device~ failed~mount -t tmpfs -o size=256k none out && files 9 10000~~whole
 a read-only OUTBOX~2~out: Permission denied~~files 1 9 && chmod 555 out~powerless $spool in out~stay
