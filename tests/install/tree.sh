@@ -1,0 +1,12 @@
+#!/bin/sh
+# Builds this tree anew, compares what the library exports, and tries the clients: tree.sh COMPILER [OPTION-OF-CMAKE...]
+set -eu
+root=$(realpath "$(dirname "$0")/../..") compiler=$1 && shift
+build=$(mktemp -d)
+trap 'rm -rf "$build"' EXIT
+
+cmake -G Ninja -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_COMPILER="$compiler" "$@"
+cmake --build "$build"
+library=$build/vimo_util/libvimo_util.so.7
+[ ! -e "$library" ] || "$root/tests/exports.sh" "$library" "$root/debian/libvimo-util7.symbols"
+"$root/tests/install/run.sh" "$root" "$build" "$compiler" Linux
