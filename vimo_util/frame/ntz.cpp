@@ -9,11 +9,14 @@ constexpr std::uint64_t ntz_debruijn = 0x03F566ED27179461;
 // Maps those six bits to the shift.
 std::int32_t ntz_table[64];
 
+// Runs before static objects of the program are made, in a static library too: 101 is the first
+// priority that a program may use. On init_vimo_util itself GCC would ignore it, because the header
+// declares that function without a priority.
+__attribute__((constructor(101))) void fillTable() { init_vimo_util(); }
+
 }  // namespace
 
-// In a static library too it runs ahead of the program's static objects: 101 is the first priority
-// that a program may have.
-__attribute__((constructor(101))) void init_vimo_util() {
+void init_vimo_util() {
   std::uint64_t v = ntz_debruijn;
   for (std::int32_t i = 0; i < 64; ++i, v <<= 1) ntz_table[v >> 58] = i;
 }
