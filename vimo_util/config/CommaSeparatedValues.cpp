@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "vimo_util/config/CommaSeparatedValues.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "vimo_util/file/File.h"
 
 #include <dirent.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef VIMO_UTIL_FILE_FILE_H
 #define VIMO_UTIL_FILE_FILE_H
 

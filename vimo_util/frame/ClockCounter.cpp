@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "vimo_util/frame/ClockCounter.h"
 
 #include <sys/time.h>

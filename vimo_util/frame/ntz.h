@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef VIMO_UTIL_FRAME_NTZ_H
 #define VIMO_UTIL_FRAME_NTZ_H
 

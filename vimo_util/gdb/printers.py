@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Shows objects of vimo_util in gdb, which loads this with the library.
 
 The order of a queue is known only to the debug information of the library, so

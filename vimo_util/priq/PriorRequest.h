@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #ifndef VIMO_UTIL_PRIQ_PRIORREQUEST_H
 #define VIMO_UTIL_PRIQ_PRIORREQUEST_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "vimo_util/priq/PrioritizedQueue.h"
 
 #include "vimo_util/priq/MutexGuard.h"

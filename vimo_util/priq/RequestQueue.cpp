@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "vimo_util/priq/RequestQueue.h"
 
 #include "vimo_util/priq/PriorityQueueManager.h"

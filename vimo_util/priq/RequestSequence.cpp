@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "vimo_util/priq/RequestSequence.h"
 
 #include <memory>
