@@ -1,7 +1,9 @@
 #!/bin/sh
-# Builds this tree anew, compares what the library exports, and tries the clients: tree.sh COMPILER [OPTION-OF-CMAKE...]
+# SPDX-License-Identifier: MIT
+# Builds this tree anew, compares what the library exports, and tries the clients:
+# tree.sh COMPILER [OPTION-OF-CMAKE...]
 set -eu
-root=$(realpath "$(dirname "$0")/../..") compiler=$1 && shift
+root=$(realpath "$(dirname "$0")/..") compiler=$1 && shift
 build=$(mktemp -d)
 trap 'rm -rf "$build"' EXIT
 
@@ -9,4 +11,5 @@ cmake -G Ninja -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_COM
 cmake --build "$build"
 library=$build/vimo_util/libvimo_util.so.7
 [ ! -e "$library" ] || "$root/tests/exports.sh" "$library" "$root/debian/libvimo-util7.symbols"
-"$root/tests/install/run.sh" "$root" "$build" "$compiler" Linux
+cmake --install "$build" --prefix "$build/prefix"
+"$root/tests/install.sh" "$root" "$build/prefix" "$compiler"
