@@ -1,8 +1,6 @@
 // Whole files beside what a user would take instead. Names read row/contestant/bytes.
 // The files lie in the working directory.
 
-#include "vimo_util/file/File.h"
-
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <unistd.h>
@@ -11,6 +9,8 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+
+#include "vimo_util/file/File.h"
 
 namespace {
 
