@@ -48,3 +48,4 @@ def bundle(app, _):
 
 def setup(app):
     app.connect("build-finished", bundle)
+myst_heading_anchors = 2

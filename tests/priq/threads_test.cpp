@@ -21,22 +21,19 @@ using vimo::util::priq::PriorRequest;
 std::atomic<pthread_mutex_t*> mutexOfQueue;
 std::atomic<int> broadcasts, broadcastsUnderLock;
 
-template <class Function>
-Function* real(Function*, const char* name) {
-  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
-}
-
 }  // namespace
 
 // These stand before those of the system, in the library too.
 extern "C" int pthread_cond_wait(pthread_cond_t* condition, pthread_mutex_t* mutex) {
   mutexOfQueue = mutex;
-  return real(&pthread_cond_wait, "pthread_cond_wait")(condition, mutex);
+  return reinterpret_cast<decltype(&pthread_cond_wait)>(dlsym(RTLD_NEXT, "pthread_cond_wait"))(
+      condition, mutex);
 }
 extern "C" int pthread_cond_broadcast(pthread_cond_t* condition) noexcept {
   ++broadcasts;
   if (mutexOfQueue && pthread_mutex_trylock(mutexOfQueue) == EBUSY) ++broadcastsUnderLock;
-  return real(&pthread_cond_broadcast, "pthread_cond_broadcast")(condition);
+  return reinterpret_cast<decltype(&pthread_cond_broadcast)>(
+      dlsym(RTLD_NEXT, "pthread_cond_broadcast"))(condition);
 }
 
 namespace {
