@@ -1,0 +1,128 @@
+// SPDX-License-Identifier: MIT
+// Prints what one contestant keeps on the heap, in bytes: for an idle queue, and for each waiting
+// request, key and cell beyond their number of 10000. CONTESTANT names it; NaN stands for "has none".
+
+#include <malloc.h>
+
+#include <cmath>
+#include <cstdio>
+#include <sstream>
+#include <string>
+
+#define VIMO_UTIL 1
+#define GLIB 2
+#define POCO 3
+#define BOOST 4
+#define QT 5
+
+#if CONTESTANT == VIMO_UTIL
+#include "vimo_util/config/CommaSeparatedValues.h"
+#include "vimo_util/config/CppProperties.h"
+#include "vimo_util/priq/PrioritizedQueue.h"
+#elif CONTESTANT == GLIB
+#include <glib.h>
+#elif CONTESTANT == POCO
+#include <Poco/Notification.h>
+#include <Poco/PriorityNotificationQueue.h>
+#include <Poco/StringTokenizer.h>
+#include <Poco/Util/MapConfiguration.h>
+#elif CONTESTANT == BOOST
+#define BOOST_THREAD_VERSION 4
+#include <boost/algorithm/string.hpp>
+#include <boost/property_tree/ptree.hpp>
+#include <boost/thread/concurrent_queues/sync_priority_queue.hpp>
+#elif CONTESTANT == QT
+#include <QSettings>
+#include <QStringList>
+#endif
+
+namespace {
+
+constexpr int count = 10000;
+
+// The bytes on the heap that `make` leaves behind, for each of `n`.
+template <class Make>
+double bytes(int n, Make make) {
+  const std::size_t before = mallinfo2().uordblks;
+  make();
+  return static_cast<double>(mallinfo2().uordblks - before) / n;
+}
+
+std::string key(int i) { return "key" + std::to_string(count + i); }
+const std::string row = "cell1,cell2,cell3,cell4,cell5,cell6,cell7,cell8,cell9,cell0";
+
+}  // namespace
+
+int main() {
+  double idle = NAN, request = NAN, keys = NAN, cells = NAN;
+#if CONTESTANT == VIMO_UTIL
+  using namespace vimo::util;
+  static priq::PriorRequest waiting(0, 5);
+  priq::PrioritizedQueue* queue;
+  idle = bytes(1, [&] { queue = new priq::PrioritizedQueue(0); });
+  request = bytes(count, [&] {
+    for (int i = 0; i < count; ++i) queue->push(&waiting);
+  });
+  auto& properties = *new config::CppProperties;
+  keys = bytes(count, [&] {
+    for (int i = 0; i < count; ++i) properties.setProperty(key(i), "value");
+  });
+  auto& table = *new config::CommaSeparatedValues;
+  std::string text;
+  for (int i = 0; i < count / 10; ++i) text += row + "\n";
+  std::istringstream in(text);
+  cells = bytes(count, [&] { table.load(in); });
+#elif CONTESTANT == GLIB
+  GAsyncQueue* queue;
+  static int waiting;
+  const auto compare = [](gconstpointer, gconstpointer, gpointer) { return 0; };
+  idle = bytes(1, [&] { queue = g_async_queue_new(); });
+  request = bytes(count, [&] {
+    for (int i = 0; i < count; ++i) g_async_queue_push_sorted(queue, &waiting, compare, nullptr);
+  });
+  GKeyFile* file = g_key_file_new();
+  keys = bytes(count, [&] {
+    for (int i = 0; i < count; ++i) g_key_file_set_string(file, "group", key(i).c_str(), "value");
+  });
+  cells = bytes(count, [&] {
+    for (int i = 0; i < count / 10; ++i) static_cast<void>(g_strsplit(row.c_str(), ",", -1));
+  });
+#elif CONTESTANT == POCO
+  Poco::PriorityNotificationQueue* queue;
+  Poco::Notification::Ptr waiting = new Poco::Notification;
+  idle = bytes(1, [&] { queue = new Poco::PriorityNotificationQueue; });
+  request = bytes(count, [&] {
+    for (int i = 0; i < count; ++i) queue->enqueueNotification(waiting, 5);
+  });
+  auto& properties = *new Poco::Util::MapConfiguration;
+  keys = bytes(count, [&] {
+    for (int i = 0; i < count; ++i) properties.setString(key(i), "value");
+  });
+  cells = bytes(count, [&] {
+    for (int i = 0; i < count / 10; ++i) new Poco::StringTokenizer(row, ",");
+  });
+#elif CONTESTANT == BOOST
+  boost::concurrent::sync_priority_queue<std::pair<int, void*>>* queue;
+  idle = bytes(1, [&] { queue = new std::remove_pointer<decltype(queue)>::type; });
+  request = bytes(count, [&] {
+    for (int i = 0; i < count; ++i) queue->push({5, nullptr});
+  });
+  auto& tree = *new boost::property_tree::ptree;
+  keys = bytes(count, [&] {
+    for (int i = 0; i < count; ++i) tree.put(key(i), "value");
+  });
+  cells = bytes(count, [&] {
+    for (int i = 0; i < count / 10; ++i)
+      boost::split(*new std::vector<std::string>, row, boost::is_any_of(","));
+  });
+#elif CONTESTANT == QT
+  auto& settings = *new QSettings("/dev/null", QSettings::IniFormat);
+  keys = bytes(count, [&] {
+    for (int i = 0; i < count; ++i) settings.setValue(QString::fromStdString(key(i)), "value");
+  });
+  cells = bytes(count, [&] {
+    for (int i = 0; i < count / 10; ++i) new QStringList(QString::fromStdString(row).split(','));
+  });
+#endif
+  std::printf("%.0f %.0f %.1f %.1f\n", idle, request, keys, cells);
+}
