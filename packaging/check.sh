@@ -1,6 +1,6 @@
 #!/bin/bash
-# Checks of the recipes for Yocto and Buildroot what their own tools are not needed for: versions, sums of the licence, and
-# for Buildroot that menu and makefile can be read and find the tree. Needs make and python3-kconfiglib.
+# Checks of the recipes for Yocto and Buildroot what their own tools are not needed for: versions,
+# sums of the licence, and for Buildroot that menu and makefile can be read and find the tree.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 version=$(sed -n 's/^project(.* VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)

@@ -29,7 +29,7 @@ struct World {
     for (auto& request : requests) queue.push(&request);  // a node is full then
     file.touch();
   }
-  ~World() { unlink(other.getPath().c_str()); }
+  ~World() { unlink("a file with a name that is long"), unlink(other.getPath().c_str()); }
 
   std::string state() {
     std::string all = (properties.isModified() ? "modified " : "") + dump(properties);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A channel: a queue that owns its requests, has a capacity and a time-out, and can be closed.
 #include <atomic>
 #include <chrono>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A crew of workers that ends on SIGTERM: it first does what waits, or it drops that.
 #include <signal.h>
 #include <unistd.h>

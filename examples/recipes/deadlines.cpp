@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // No request starves: its priority is the time by which it is due.
 #include <chrono>
 #include <cstdio>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A table read line by line: an error names its line, and the file may be larger than memory.
 // rules [FILE]
 #include <cerrno>

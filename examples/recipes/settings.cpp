@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Settings: the defaults, then the file, then the command line; saved whole or not at all.
 #include <fcntl.h>
 #include <sys/file.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The way of one file from INBOX to OUTBOX.
 //
 // Files are listed, copied and compared by descriptors of our own, open for reading only. A File of

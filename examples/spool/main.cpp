@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // spool [-c CONFIG] [-w] INBOX OUTBOX
 //
 // Store and forward: delivers each regular file of INBOX to OUTBOX under its name, the most urgent

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the user is shown, and what is kept of it from run to run.
 
 #pragma once

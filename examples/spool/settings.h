@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the user asks for.
 
 #pragma once
