@@ -43,9 +43,10 @@ constexpr int count = 10000;
 // The bytes on the heap that `make` leaves behind, for each of `n`.
 template <class Make>
 double bytes(int n, Make make) {
-  const std::size_t before = mallinfo2().uordblks;
+  const auto held = [] { return mallinfo2().uordblks + mallinfo2().hblkhd; };
+  const std::size_t before = held();
   make();
-  return static_cast<double>(mallinfo2().uordblks - before) / n;
+  return static_cast<double>(held() - before) / n;
 }
 
 std::string key(int i) { return "key" + std::to_string(count + i); }
