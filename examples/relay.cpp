@@ -110,7 +110,7 @@ std::string ask(Server& server, const std::string& query, const std::string& wor
   char line[256];
   dprintf(fileno(server.get()), "%s\r\n", query.c_str());  // if this fails, the next line does
   if (std::fgets(line, sizeof(line), server.get()) == nullptr) std::strcpy(line, "no answer");
-  const std::string reply(line, std::strcspn(line, "\r"));
+  std::string reply(line, std::strcspn(line, "\r"));
   if (reply.find(word) != 0 && reply != "TIMED_OUT") throw std::runtime_error(query + ": " + reply);
   return reply;
 }
