@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Prints what one contestant keeps on the heap, in bytes: for an idle queue, and for each waiting
-// request, key and cell beyond their number of 10000. CONTESTANT names it; NaN stands for "has none".
+// Prints what one contestant keeps on the heap, in bytes: for an idle queue, and for each of 10000
+// waiting requests, keys and cells. CONTESTANT names it; NaN stands for "has none".
 
 #include <malloc.h>
 
@@ -103,7 +103,7 @@ int main() {
     for (int i = 0; i < count / 10; ++i) new Poco::StringTokenizer(row, ",");
   });
 #elif CONTESTANT == BOOST
-  boost::concurrent::sync_priority_queue<std::pair<int, void*>>* queue;
+  boost::concurrent::sync_priority_queue<std::pair<int, void*> >* queue;
   idle = bytes(1, [&] { queue = new std::remove_pointer<decltype(queue)>::type; });
   request = bytes(count, [&] {
     for (int i = 0; i < count; ++i) queue->push({5, nullptr});

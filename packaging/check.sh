@@ -1,6 +1,7 @@
 #!/bin/bash
 # Checks of the recipes for Yocto and Buildroot what their own tools are not needed for: versions,
-# sums of the licence, and for Buildroot that menu and makefile can be read and find the tree.
+# sums of the licence, and that Buildroot's menu and makefile can be read and find the tree.
+# Needs make and python3-kconfiglib.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 version=$(sed -n 's/^project(.* VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
@@ -19,7 +20,8 @@ all:
 END
 )" = "$version" ]
 mkdir -p build
-printf 'config BR2_%s\n\tdef_bool y\n' INSTALL_LIBSTDCPP TOOLCHAIN_USES_GLIBC TOOLCHAIN_GCC_AT_LEAST_9 |
+printf 'config BR2_%s\n\tdef_bool y\n' \
+  INSTALL_LIBSTDCPP TOOLCHAIN_USES_GLIBC TOOLCHAIN_GCC_AT_LEAST_9 |
   cat - packaging/buildroot/Config.in >build/Config.in
 /usr/bin/python3 -c '
 import kconfiglib
