@@ -80,13 +80,6 @@ void* consume(void* queue) {
   }
 }
 
-void* look(void* queue) {
-  for (unsigned int id;; pthread_testcancel()) {
-    static_cast<PrioritizedQueue*>(queue)->top(id);
-    static_cast<PrioritizedQueue*>(queue)->tryWait(id);
-  }
-}
-
 TEST(Threads, EachRequestIsTakenOnceAlsoBesideCancelledWaiters) {
   constexpr unsigned int producers = 3, each = 3000;
   PrioritizedQueue queue(0);
@@ -100,9 +93,15 @@ TEST(Threads, EachRequestIsTakenOnceAlsoBesideCancelledWaiters) {
   }
   std::thread consumer(consume, &queue);
 #ifndef __SANITIZE_ADDRESS__  // which does not follow a thread that unwinds from a cancellation
+  const auto look = [](void* queue) -> void* {
+    for (unsigned int id;; pthread_testcancel()) {
+      static_cast<PrioritizedQueue*>(queue)->top(id);
+      static_cast<PrioritizedQueue*>(queue)->tryWait(id);
+    }
+  };
   for (int i = 0; i < 300; ++i) {
     pthread_t waiter;
-    pthread_create(&waiter, nullptr, i % 2 ? consume : look, &queue);
+    pthread_create(&waiter, nullptr, i % 2 ? consume : +look, &queue);
     if (i % 4 < 2) std::this_thread::yield();
     pthread_cancel(waiter);
     void* end;
