@@ -4,6 +4,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
+#include <initializer_list>
 #include <memory>
 #include <mutex>
 #include <thread>
