@@ -1,8 +1,8 @@
 #!/bin/bash
 # Kills relay, and the server whose jobs it does, at random moments. No job may be lost: relay.sh RELAY
 set -euo pipefail
-relay=$1 jobs=1500 port=$((20000 + RANDOM % 10000)) work=$(mktemp -d)
-trap 'kill $(jobs -p) && rm -rf "$work"' EXIT
+relay=$(realpath "$1") jobs=1500 port=$((20000 + RANDOM % 10000)) work=$(mktemp -d)
+trap 'kill $(jobs -p) 2>/dev/null || :; rm -rf "$work"' EXIT
 cd "$work" && mkdir log && : >out
 
 serve() {
