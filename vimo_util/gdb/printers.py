@@ -5,6 +5,8 @@ The order of a queue is known only to the debug information of the library, so
 that its requests show only if the library or its separate debug file has it.
 """
 
+import itertools
+
 import gdb
 import gdb.printing
 
@@ -135,6 +137,34 @@ class File(Printer):
         yield "descriptor", "none" if self.value["fd"] == -1 else self.value["fd"]
 
 
+class Queues(gdb.Command):
+    """Lists the keys of all queues, and the depth and the head of each."""
+
+    def __init__(self):
+        super().__init__("vimo-queues", gdb.COMMAND_DATA)
+
+    def invoke(self, argument, from_tty):
+        language = gdb.parameter("language")
+        gdb.execute("set language c++")  # the program may have stopped in code in C
+        try:
+            self.show()
+        finally:
+            gdb.execute(f"set language {language}")
+
+    def show(self):
+        manager = gdb.parse_and_eval("'vimo::util::priq::PriorityQueueManager::instance()::object'")
+        entries = [value for _, value in gdb.default_visualizer(manager["queues"]).children()]
+        for key, queue in zip(entries[::2], entries[1::2]):
+            try:
+                printer = PrioritizedQueue(queue.dereference())
+                print(f"key {key}: {printer.to_string()}")
+                head = [value for _, value in itertools.islice(printer.children(), 2)]
+                if head:
+                    print(f"  head: priority {head[0]}, id {head[1]['id']}, a {head[1].type}")
+            except gdb.error as error:  # stopped in the middle of a change
+                print(f"  <{error}>")
+
+
 def whole(printer):
     """Leaves to gdb what only the library could describe, but has no debug information."""
     return lambda value: printer(value) if value.type.fields() else None
@@ -152,3 +182,4 @@ for scope, printer in (
     name = f"vimo::util::{scope}{printer.__name__}"
     printers.add_printer(name, f"^{name}$", whole(printer))
 gdb.printing.register_pretty_printer(gdb.current_objfile(), printers, replace=True)
+Queues()
