@@ -61,9 +61,8 @@ int main() {
   Channel channel(2);
   std::printf("empty: %s\n", channel.take(10) ? "a request" : "time-out");
   std::thread producer([&] {
-    for (const unsigned int priority : {30, 10, 40, 50})
-      if (!channel.push(std::make_unique<PriorRequest>(0, priority))) std::puts("refused");
-    channel.close();
+    for (unsigned int p : {30, 10, 40, 50}) channel.push(std::make_unique<PriorRequest>(0, p));
+    channel.close();  // only here, so that no push above is refused
   });
   while (channel.size() != 2) std::this_thread::yield();  // full: the producer waits
   while (const auto next = channel.take(60000)) std::printf("priority %u\n", next->priority);
