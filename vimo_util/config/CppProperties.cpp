@@ -31,7 +31,8 @@ std::int64_t toNumber(const std::string& value, int base) {
 // Stores `value` under `key`. On std::bad_alloc nothing changes. The hint makes keys that arrive
 // in order cheap.
 void store(Entries& entries, std::string&& key, std::string&& value) {
-  entries.emplace_hint(entries.end(), std::move(key), std::string())->second = std::move(value);
+  const auto entry = entries.emplace_hint(entries.end(), std::move(key), std::string());
+  entry->second = std::move(value);
 }
 
 // The part of `line` from `begin` to `end`; with `trim` without the spaces at either end.

@@ -66,8 +66,6 @@ class RequestSequence {
     };
     static constexpr std::size_t capacity = 64;
 
-    Node() : begin(0), end(0) {}
-
     static Slot linkTo(Node* child) {
       Slot slot;
       slot.priority = (*child)[0].priority;
@@ -93,7 +91,7 @@ class RequestSequence {
     }
 
     // Puts `slot` before position `at`. The node must not be full.
-    void insert(std::size_t at, Slot slot) {
+    void insert(std::size_t at, const Slot& slot) {
       const bool towardsFront = at < size() - at;
       if (towardsFront ? begin == 0 : end == capacity) centre(towardsFront);
       Slot* const place = slots + begin + at;
@@ -137,8 +135,8 @@ class RequestSequence {
       begin = start;
     }
 
-    unsigned int begin;
-    unsigned int end;
+    unsigned int begin = 0;
+    unsigned int end = 0;
     Slot slots[capacity];
   };
 
