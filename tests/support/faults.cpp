@@ -91,6 +91,12 @@ void* operator new(std::size_t size) {
   liveBytes += static_cast<long>(malloc_usable_size(memory));
   return memory;
 }
+// Left out, it would be the sanitizer's, whose memory the `delete` below must not free.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept try {
+  return operator new(size);
+} catch (const std::bad_alloc&) {
+  return nullptr;
+}
 void operator delete(void* memory) noexcept {
   liveBlocks -= memory != nullptr;
   liveBytes -= static_cast<long>(malloc_usable_size(memory));
