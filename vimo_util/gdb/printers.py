@@ -72,7 +72,8 @@ class PrioritizedQueue(Printer):
         if self.sequence is None or self.sequence["count"] == 0:
             return
         count = 0
-        for count, element in enumerate(slots(self.sequence["root"], int(self.sequence["height"])), 1):
+        waiting = slots(self.sequence["root"], int(self.sequence["height"]))
+        for count, element in enumerate(waiting, 1):
             request = element["request"]
             yield f"[{count}] priority", read(element["priority"])
             yield f"[{count}] request", read(request.cast(request.dynamic_type).dereference())
