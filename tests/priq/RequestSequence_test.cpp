@@ -50,16 +50,16 @@ TEST(RequestSequence, KeepsTheOrderOfAPlainModel) {
 // of insertions, but with what waits.
 TEST(RequestSequence, CostAndMemoryFollowWhatWaits) {
   PriorRequest request(0, 0);
-  const long before = allocations::bytes(), small = 4096;
+  const long before = allocations::bytes, small = 4096;
   const auto cost = [&](unsigned int factor, bool behindFront, unsigned int waiting) {
     RequestSequence sequence;
     const std::clock_t begin = std::clock();
     for (unsigned int i = 0; i < (1u << 17) + 5000; ++i) {
       sequence.insert({i * factor, &request}, behindFront && !sequence.empty());
       if (sequence.size() < waiting) continue;
-      EXPECT_LE(allocations::bytes() - before, small + 3l * waiting * sizeof(sequence.front()));
+      EXPECT_LE(allocations::bytes - before, small + 3l * waiting * sizeof(sequence.front()));
       while (!sequence.empty()) sequence.popFront();
-      EXPECT_LE(allocations::bytes() - before, small) << factor;
+      EXPECT_LE(allocations::bytes - before, small) << factor;
     }
     return std::clock() - begin;
   };
@@ -67,10 +67,10 @@ TEST(RequestSequence, CostAndMemoryFollowWhatWaits) {
     EXPECT_LT(cost(factor, false, 1u << 17), 10 * cost(factor, false, 1u << 10)) << factor;
     EXPECT_LT(cost(factor, true, 1u << 17), 10 * cost(factor, true, 1u << 10)) << factor;
   }
-  const long made = allocations::made();
+  const long made = allocations::made;
   cost(1, false, 1);
-  EXPECT_GT(10, allocations::made() - made);
-  EXPECT_EQ(before, allocations::bytes());
+  EXPECT_GT(10, allocations::made - made);
+  EXPECT_EQ(before, allocations::bytes);
 }
 
 }  // namespace

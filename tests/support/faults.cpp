@@ -10,32 +10,32 @@
 #include <sys/uio.h>
 #include <unistd.h>
 
-#include <atomic>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <new>
 
+std::atomic<long> allocations::made, allocations::bytes;
+thread_local int allocations::failIn;
+std::string calls::made;
+
 namespace {
 
-std::atomic<long> madeBlocks, liveBlocks, liveBytes;
-thread_local int countdown;
-thread_local bool hasFailed;
+using calls::Fault;
 
 // Of one thread at a time: the one that the test looks at.
-std::string armedName, log;
-calls::Fault armedFault;
+std::string armedName;
+Fault armedFault;
 int callsLeft = -1;  // to the fault; negative when nothing is armed
 
-calls::Fault meet(const char* name) {
-  if (callsLeft < 0) return calls::Fault::none;
-  log = log + ' ' + name;
+Fault meet(const char* name) {
+  if (callsLeft < 0) return Fault::none;
+  calls::made = calls::made + ' ' + name;
   const bool meets = callsLeft > 0 && (armedName.empty() || armedName == name) && --callsLeft == 0;
-  if (meets && armedFault == calls::Fault::cancel) pthread_cancel(pthread_self());
-  return meets ? armedFault : calls::Fault::none;
+  if (meets && armedFault == Fault::cancel) pthread_cancel(pthread_self());
+  return meets ? armedFault : Fault::none;
 }
 
-bool fails(const char* name) { return meet(name) == calls::Fault::error; }
+bool fails(const char* name) { return meet(name) == Fault::error; }
 
 // A descriptor that is lost when its thread is cancelled, as in glibc before 2.41.
 int opened(const char* path, int flags) {
@@ -45,34 +45,32 @@ int opened(const char* path, int flags) {
 
 template <class Call>
 ssize_t transfer(const char* name, Call call, int fd, void* bytes, size_t size) {
-  const calls::Fault fault = meet(name);
-  if (fault == calls::Fault::error) return -1;
-  if (fault == calls::Fault::zero) return 0;
-  const iovec block = {bytes, fault == calls::Fault::cut ? 1 : size};
+  const Fault fault = meet(name);
+  if (fault == Fault::error) return -1;
+  if (fault == Fault::zero) return 0;
+  const iovec block = {bytes, fault == Fault::cut ? 1 : size};
   return call(fd, &block, 1);
+}
+
+template <class Stream>
+int finish(const char* name, Stream* stream) {
+  if (fails(name)) return EOF;
+  pthread_testcancel();
+  return reinterpret_cast<int (*)(Stream*)>(dlsym(RTLD_NEXT, name))(stream);
 }
 
 }  // namespace
 
-long allocations::made() { return madeBlocks; }
-long allocations::live() { return liveBlocks; }
-long allocations::bytes() { return liveBytes; }
-bool allocations::failed() { return hasFailed; }
-void allocations::failAt(int n) {
-  countdown = n;
-  hasFailed = hasFailed && n == 0;
-}
-
 void calls::arm(Fault fault, int nth, const std::string& name) {
-  log.clear();
+  made.clear();
   armedName = name;
   armedFault = fault;
   callsLeft = nth;
 }
-std::string calls::disarm(bool* met) {
-  if (met) *met = callsLeft == 0;
+bool calls::disarm() {
+  const bool came = callsLeft == 0;
   callsLeft = -1;
-  return log;
+  return came;
 }
 int calls::openDescriptors() {
   int open = 0;
@@ -81,25 +79,18 @@ int calls::openDescriptors() {
 }
 
 void* operator new(std::size_t size) {
-  hasFailed |= countdown == 1;
-  if (countdown > 0 && --countdown == 0) throw std::bad_alloc();
+  if (allocations::failIn > 0 && --allocations::failIn == 0) throw std::bad_alloc();
   void* const memory = std::malloc(size);
   if (!memory) throw std::bad_alloc();
   std::memset(memory, 0xa5, size);  // so that nothing new is zero by chance
-  ++madeBlocks;
-  ++liveBlocks;
-  liveBytes += static_cast<long>(malloc_usable_size(memory));
+  ++allocations::made;
+  allocations::bytes += static_cast<long>(malloc_usable_size(memory));
   return memory;
 }
 // Left out, it would be the sanitizer's, whose memory the `delete` below must not free.
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept try {
-  return operator new(size);
-} catch (const std::bad_alloc&) {
-  return nullptr;
-}
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return operator new(size); }
 void operator delete(void* memory) noexcept {
-  liveBlocks -= memory != nullptr;
-  liveBytes -= static_cast<long>(malloc_usable_size(memory));
+  allocations::bytes -= static_cast<long>(malloc_usable_size(memory));
   std::free(memory);
 }
 void operator delete(void* memory, std::size_t) noexcept { operator delete(memory); }
@@ -125,14 +116,6 @@ int stat(const char* path, struct stat* status) noexcept {
 int fstat(int fd, struct stat* status) noexcept {
   return fails("fstat") ? -1 : fstatat(fd, "", status, AT_EMPTY_PATH);
 }
-int closedir(DIR* stream) {
-  if (fails("closedir")) return -1;
-  pthread_testcancel();
-  return reinterpret_cast<int (*)(DIR*)>(dlsym(RTLD_NEXT, "closedir"))(stream);
-}
-int fflush(FILE* stream) {
-  if (fails("fflush")) return EOF;
-  pthread_testcancel();
-  return reinterpret_cast<int (*)(FILE*)>(dlsym(RTLD_NEXT, "fflush"))(stream);
-}
+int closedir(DIR* stream) { return finish("closedir", stream); }
+int fflush(FILE* stream) { return finish("fflush", stream); }
 }

@@ -1,17 +1,15 @@
 #ifndef VIMO_UTIL_TESTS_SUPPORT_FAULTS_H
 #define VIMO_UTIL_TESTS_SUPPORT_FAULTS_H
 
+#include <atomic>
 #include <string>
 
 // A program that links this has its own operator new and its own system calls, in the library too.
 
 namespace allocations {
 
-long made();       // so far, by all threads
-long live();       // blocks not yet freed
-long bytes();      // in those blocks
-void failAt(int);  // this thread's nth allocation from now on fails; 0 for none
-bool failed();     // whether one of this thread has since then
+extern std::atomic<long> made, bytes;  // so far, and in use, by all threads
+extern thread_local int failIn;        // the how manieth from now on fails; 0 for none
 
 }  // namespace allocations
 
@@ -27,8 +25,8 @@ enum class Fault {
 
 // The nth call of `name`, or of any if that is empty, meets the fault.
 void arm(Fault fault, int nth, const std::string& name = "");
-// Ends that. Returns the calls made since then, as " open read close", and whether the fault came.
-std::string disarm(bool* met = nullptr);
+bool disarm();            // whether it came
+extern std::string made;  // the calls since arm(), as " open read close"
 
 int openDescriptors();
 
