@@ -10,25 +10,19 @@ cd "$work"
 block() { sed -n "/^\`\`\`$1\$/,/^\`\`\`\$/ { /^\`\`\`\$/ q; /^\`\`\`/ ! p }" "$root/README.md"; }
 block cpp >client.cpp
 block text >expected
-cat >CMakeLists.txt <<'END'
-cmake_minimum_required(VERSION 3.16)
-project(client LANGUAGES CXX)
-if(ROOT)
-  add_subdirectory(${ROOT} vimo_util)
-else()
-  find_package(vimo_util 7 REQUIRED)
-endif()
-add_executable(client client.cpp)
-target_link_libraries(client PRIVATE vimo_util::vimo_util)
-END
 
-with_cmake() {
-  cmake -G Ninja -S . -B "$1" -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_SYSTEM_NAME=Linux "$2" >log
-  cmake --build "$1" >log || { cat log && exit 1; }
-  ${emulator:+"$emulator"} "$1/client" | diff expected -
+with_cmake() {  # COMMAND: what finds the library
+  printf '%s\n' 'cmake_minimum_required(VERSION 3.16)' 'project(client LANGUAGES CXX)' "$1" \
+    'add_executable(client client.cpp)' \
+    'target_link_libraries(client PRIVATE vimo_util::vimo_util)' >CMakeLists.txt
+  rm -rf build
+  cmake -G Ninja -S . -B build -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_SYSTEM_NAME=Linux \
+    -DCMAKE_PREFIX_PATH="$prefix" >log
+  cmake --build build >log || { cat log && exit 1; }
+  ${emulator:+"$emulator"} build/client | diff expected -
 }
-with_cmake package -DCMAKE_PREFIX_PATH="$prefix"
-[ ! -f "$root/CMakeLists.txt" ] || with_cmake subdirectory -DROOT="$root"
+with_cmake 'find_package(vimo_util 7 REQUIRED)'
+[ ! -f "$root/CMakeLists.txt" ] || with_cmake "add_subdirectory($root vimo_util)"
 
 PKG_CONFIG_PATH=$prefix/lib/pkgconfig:$prefix/lib/$("$compiler" -dumpmachine)/pkgconfig
 export PKG_CONFIG_PATH

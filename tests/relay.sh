@@ -6,14 +6,12 @@ trap 'kill $(jobs -p) 2>/dev/null || :; rm -rf "$work"' EXIT
 cd "$work" && mkdir log && : >out
 
 serve() {
-  beanstalkd -l 127.0.0.1 -p "$port" -b log -f0 2>>err &
-  server=$!
+  beanstalkd -l 127.0.0.1 -p "$port" -b log -f0 2>>err & server=$!
   until (: <>"/dev/tcp/127.0.0.1/$port") 2>/dev/null; do kill -0 $server; done
 }
 
 start() {  # a relay, with ARGUMENTS: start ARGUMENTS...
-  "$relay" "$@" "127.0.0.1:$port" test >>out 2>>err <<<'7 ours' &
-  worker=$!
+  "$relay" "$@" "127.0.0.1:$port" test >>out 2>>err <<<'7 ours' & worker=$!
 }
 
 reach() {  # waits until COUNT jobs are done: reach COUNT
@@ -22,32 +20,29 @@ reach() {  # waits until COUNT jobs are done: reach COUNT
   done
 }
 
-end() {  # a process, and takes its status: end SIGNAL PROCESS
-  kill "-$1" "$2" && wait "$2" 2>/dev/null
-}
-
 serve
-exec 3<>"/dev/tcp/127.0.0.1/$port"
-for job in $(seq $jobs); do
-  printf 'put %d 0 5 %d\r\njob %d\r\n' $((RANDOM % 100)) $((4 + ${#job})) "$job"
-done | sed '1i use test\r' >&3
-[ "$(head -n $((jobs + 1)) <&3 | grep -c INSERTED)" -eq $jobs ]
-exec 3>&-
+{
+  printf 'use test\r\n' >&3
+  for job in $(seq $jobs); do
+    printf 'put %d 0 5 %d\r\njob %d\r\n' $((RANDOM % 100)) $((4 + ${#job})) "$job"
+  done >&3
+  head -n $((jobs + 1)) <&3 >>err  # the answers
+} 3<>"/dev/tcp/127.0.0.1/$port"
 
 start -j 1
 reach 100
-end TERM $worker
+kill $worker && wait $worker
 grep -v ours out | sort -snc && grep -qx '7 ours' out  # the most urgent first
 
 for round in $(seq 20); do
   start
   reach $((100 + round * 50 + RANDOM % 50))
-  [ $((round % 5)) -ne 0 ] || end KILL $server || serve
+  [ $((round % 5)) -ne 0 ] || { kill -KILL $server; wait $server || serve; }
   reach $((150 + round * 50))
-  end KILL $worker || :
-done
+  kill -KILL $worker
+done 2>>err
 start
 reach $jobs
-end TERM $worker
+kill $worker && wait $worker
 diff <(seq -f 'job %g' $jobs | sort) <(grep -o 'job.*' out | sort -u)
 echo "of $jobs jobs $(($(grep -c job out) - jobs)) were done twice, none was lost"

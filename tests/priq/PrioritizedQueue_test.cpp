@@ -22,14 +22,17 @@ std::string play(const std::string& steps) {
     if (step == "pop") {
       queue.pop();
     } else if (std::isdigit(step[0])) {
-      requests.emplace_back(0, static_cast<unsigned int>(std::stoul(step)));
-      requests.back().id = static_cast<unsigned int>(requests.size());
+      const auto priority = static_cast<unsigned int>(std::stoul(step));
+      requests.emplace_back(static_cast<int>(priority), priority);
+      EXPECT_EQ(0xdeadbeef, requests.back().id);
       queue.push(&requests.back());
+      requests.back().priority = 0;  // which the queue has read, while it reads the id at a look
+      requests.back().id = static_cast<unsigned int>(requests.size());
     } else {
       const PriorRequest* const answer = step == "look"  ? queue.tryWait(id)
                                          : step == "top" ? queue.top(id)
                                                          : queue.recvWaitAndDequeue(id);
-      answers << (answer ? answer->priority : 0) << '#' << id << ' ';
+      answers << static_cast<unsigned int>(answer ? answer->clientValue : 0) << '#' << id << ' ';
       EXPECT_EQ(answer ? answer->id : 99, id) << steps;
     }
   }
@@ -56,19 +59,6 @@ TEST(PrioritizedQueue, HandsOutInOrder) {
       {"5 6 look 7", "5#1 "},
   };
   for (const auto& c : cases) EXPECT_EQ(c[1], play(c[0])) << c[0];
-}
-
-TEST(PrioritizedQueue, ReadsThePriorityAtPushAndTheIdAtRemoval) {
-  PrioritizedQueue queue(0);
-  PriorRequest a(-5, 1), b(0, 2);
-  EXPECT_TRUE(a.clientValue == -5 && a.id == 0xdeadbeef);
-  queue.push(&a);
-  a.priority = 9;
-  a.id = 7;
-  queue.push(&b);
-  unsigned int id = 0;
-  EXPECT_EQ(&a, queue.recvWaitAndDequeue(id));
-  EXPECT_EQ(7u, id);
 }
 
 }  // namespace

@@ -19,21 +19,24 @@ using vimo::util::priq::PrioritizedQueue;
 using vimo::util::priq::PriorRequest;
 
 std::atomic<pthread_mutex_t*> mutexOfQueue;
-std::atomic<int> broadcasts, broadcastsUnderLock;
+std::atomic<int> broadcasts, withoutLock;
+
+template <class... Arguments>
+int callSystem(const char* name, Arguments... arguments) {
+  return reinterpret_cast<int (*)(Arguments...)>(dlsym(RTLD_NEXT, name))(arguments...);
+}
 
 }  // namespace
 
 // These stand before those of the system, in the library too.
 extern "C" int pthread_cond_wait(pthread_cond_t* condition, pthread_mutex_t* mutex) {
   mutexOfQueue = mutex;
-  return reinterpret_cast<decltype(&pthread_cond_wait)>(dlsym(RTLD_NEXT, "pthread_cond_wait"))(
-      condition, mutex);
+  return callSystem("pthread_cond_wait", condition, mutex);
 }
 extern "C" int pthread_cond_broadcast(pthread_cond_t* condition) noexcept {
   ++broadcasts;
-  if (mutexOfQueue && pthread_mutex_trylock(mutexOfQueue) == EBUSY) ++broadcastsUnderLock;
-  return reinterpret_cast<decltype(&pthread_cond_broadcast)>(
-      dlsym(RTLD_NEXT, "pthread_cond_broadcast"))(condition);
+  if (mutexOfQueue && pthread_mutex_trylock(mutexOfQueue) != EBUSY) ++withoutLock;
+  return callSystem("pthread_cond_broadcast", condition);
 }
 
 namespace {
@@ -47,23 +50,19 @@ TEST(Threads, OnePushInAnEmptyQueueIsOneBroadcastUnderTheLock) {
   while (!mutexOfQueue) std::this_thread::yield();
   queue.push(&request);
   consumer.join();
+  broadcasts = 0;
 
-  const struct {
-    const char* steps;  // + push, ? tryWait, - pop, = recvWaitAndDequeue
-    int broadcasts;
-  } cases[] = {{"+-", 1},    {"++--", 1},   {"+?+--", 1},   {"+-+-", 2},
-               {"+?-+-", 2}, {"++-+--", 1}, {"+=++?==", 2}, {"?+=", 1}};
-  for (const auto& c : cases) {
-    broadcasts = broadcastsUnderLock = 0;
-    for (const char* step = c.steps; *step; ++step) {
-      if (*step == '+') queue.push(&request);
-      if (*step == '?') queue.tryWait(id);
-      if (*step == '-') queue.pop();
-      if (*step == '=') queue.recvWaitAndDequeue(id);
+  // A push, its broadcasts, a tryWait, a pop, a recvWaitAndDequeue.
+  for (const char step : std::string("+1-+1+0--+1?+0--+1?-+1+0-+0--+1=+1+0?==?+1=")) {
+    if (step == '+') queue.push(&request);
+    if (step == '?') queue.tryWait(id);
+    if (step == '-') queue.pop();
+    if (step == '=') queue.recvWaitAndDequeue(id);
+    if (std::isdigit(step)) {
+      EXPECT_EQ(step - '0', broadcasts.exchange(0));
     }
-    EXPECT_EQ(c.broadcasts, broadcasts) << c.steps;
-    EXPECT_EQ(c.broadcasts, broadcastsUnderLock) << c.steps;
   }
+  EXPECT_EQ(0, withoutLock);
 }
 
 struct Counted : PriorRequest {
@@ -71,13 +70,16 @@ struct Counted : PriorRequest {
   std::atomic<int> taken{0};
 };
 
-void* consume(void* queue) {
-  for (;;) {
-    unsigned int id;
-    PriorRequest* const request = static_cast<PrioritizedQueue*>(queue)->recvWaitAndDequeue(id);
-    if (request->priority == UINT_MAX) return nullptr;
+void consume(PrioritizedQueue& queue) {
+  for (unsigned int id;;) {
+    PriorRequest* const request = queue.recvWaitAndDequeue(id);
+    if (request->priority == UINT_MAX) return;
     ++static_cast<Counted*>(request)->taken;
   }
+}
+
+void look(PrioritizedQueue& queue) {
+  for (unsigned int id;; pthread_testcancel()) queue.top(id), queue.tryWait(id);
 }
 
 TEST(Threads, EachRequestIsTakenOnceAlsoBesideCancelledWaiters) {
@@ -91,22 +93,13 @@ TEST(Threads, EachRequestIsTakenOnceAlsoBesideCancelledWaiters) {
       for (unsigned int i = 0; i < each; ++i) queue.push(&requests[p * each + i]);
     });
   }
-  std::thread consumer(consume, &queue);
+  std::thread consumer(consume, std::ref(queue));
 #ifndef __SANITIZE_ADDRESS__  // which does not follow a thread that unwinds from a cancellation
-  const auto look = [](void* queue) -> void* {
-    for (unsigned int id;; pthread_testcancel()) {
-      static_cast<PrioritizedQueue*>(queue)->top(id);
-      static_cast<PrioritizedQueue*>(queue)->tryWait(id);
-    }
-  };
   for (int i = 0; i < 300; ++i) {
-    pthread_t waiter;
-    pthread_create(&waiter, nullptr, i % 2 ? consume : +look, &queue);
+    std::thread waiter(i % 2 ? consume : look, std::ref(queue));
     if (i % 4 < 2) std::this_thread::yield();
-    pthread_cancel(waiter);
-    void* end;
-    pthread_join(waiter, &end);
-    EXPECT_EQ(PTHREAD_CANCELED, end);
+    pthread_cancel(waiter.native_handle());
+    waiter.join();
   }
 #endif
   for (std::thread& thread : threads) thread.join();
