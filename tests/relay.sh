@@ -39,7 +39,7 @@ for round in $(seq 20); do
   reach $((100 + round * 50 + RANDOM % 50))
   [ $((round % 5)) -ne 0 ] || { kill -KILL $server; wait $server || serve; }
   reach $((150 + round * 50))
-  kill -KILL $worker
+  kill -KILL $worker && ! wait $worker
 done 2>>err
 start
 reach $jobs

@@ -13,14 +13,10 @@ using vimo::util::config::CppProperties;
 using namespace std::string_literals;
 
 // The code of the VIMOException that `action` throws, 0 if it throws nothing.
-unsigned int codeOf(const std::function<void()>& action) {
-  try {
-    action();
-    return 0;
-  } catch (const VIMOException& exception) {
-    EXPECT_STREQ("VIMOException", exception.what());
-    return exception.code;
-  }
+unsigned int codeOf(const std::function<void()>& action) try {
+  return action(), 0;
+} catch (const VIMOException& exception) {
+  return exception.what() == "VIMOException"s ? exception.code : 1;
 }
 
 TEST(CppProperties, ReadsValuesAsTextNumberAndSwitch) {
@@ -79,15 +75,13 @@ TEST(CppProperties, ReadsLines) {
                                 {" = ", ">;"}, {"a=b=c", "a>b=c;"},    {"a = b # c", "a>b;"}};
   const char* const kept[][2] = {
       {"#a=b", ""}, {" #a=b", "#a>b;"}, {"a#b=c", "a#b>c;"}, {"a = b # c", "a>b # c;"}};
-  const auto read = [](const std::string& text, bool keepInlineHash) {
+  const auto read = [](const std::string& text, CppProperties&& properties) {
     std::istringstream in(text);
-    CppProperties properties(keepInlineHash);
     properties.setProperty("old", "gone");
-    properties.read(in);
-    return dump(properties);
+    return properties.read(in), dump(properties);
   };
-  for (const auto& c : cut) EXPECT_EQ(c[1], read(c[0], false)) << c[0];
-  for (const auto& c : kept) EXPECT_EQ(c[1], read(c[0], true)) << c[0];
+  for (const auto& c : cut) EXPECT_EQ(c[1], read(c[0], CppProperties())) << c[0];
+  for (const auto& c : kept) EXPECT_EQ(c[1], read(c[0], CppProperties(true))) << c[0];
 }
 
 struct Flushes : std::stringbuf {
