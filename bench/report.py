@@ -14,7 +14,7 @@ PLOTS = {  # of each program a picture, and the rows that it shows
 }
 COLOURS = ("#2f81f7", "#d9730d", "#2da44e", "#a371f7", "#e5534b")  # on light and dark pages
 INK = ("axes.edgecolor", "axes.labelcolor", "text.color", "xtick.color", "ytick.color")
-rcParams.update(dict.fromkeys(INK, "#7a7f87"))
+rcParams.update(dict.fromkeys(INK, "#757575"))
 rcParams.update({"axes.spines.right": False, "axes.spines.top": False, "savefig.transparent": True,
                  "svg.fonttype": "none", "svg.hashsalt": "vimo_util"})
 
@@ -47,14 +47,14 @@ def table(rows):
 def draw(rows, picture, label):
     rows = {title: row for title, row in rows.items() if title.startswith(label)}
     row = next(iter(rows.values()))
-    figure, axis = pyplot.subplots(figsize=(6.4, 4 if len(rows) > 1 else 0.8 + 0.3 * len(row)))
+    figure, axis = pyplot.subplots(figsize=(3.2, 2.8 if len(rows) > 1 else 0.8 + 0.3 * len(row)))
     if len(rows) > 1:
         for name, colour in zip(row, COLOURS):
             points = {title.split(": ")[1]: row[name] for title, row in rows.items() if name in row}
             axis.plot(list(points), list(points.values()), "o-", color=colour, label=name)
         axis.set(xlabel=label, yscale="log")
         axis.yaxis.set_major_formatter(EngFormatter("s"))
-        axis.legend(frameon=False)
+        axis.legend(frameon=False, ncol=2, loc="lower left", bbox_to_anchor=(0, 1))
     else:
         bars = axis.barh(list(row), list(row.values()), color=COLOURS[0])
         axis.bar_label(bars, map(TIME, row.values()), padding=4)

@@ -25,6 +25,7 @@ breathe_default_project = project
 breathe_default_members = ("members", "undoc-members")
 graphviz_output_format = "svg"
 highlight_language, html_theme = "cpp", "furo"
+pygments_style, pygments_dark_style = "default", "github-dark"  # every colour stands out by 4.5
 html_theme_options = {"dark_css_variables": {"picture": "invert(1) hue-rotate(180deg)"}}
 html_static_path, html_css_files = ["static"], ["site.css"]
 html_copy_source = html_show_copyright = html_show_search_summary = False
