@@ -7,22 +7,20 @@
 
 #include "vimo_util/config/CppProperties.h"
 
-// Takes a string with its length off the front of `bytes`; false if it is cut short.
-static bool take(std::string& bytes, std::string& value) {
-  std::uint32_t length;
-  if (bytes.size() < sizeof length) return false;
-  std::memcpy(&length, bytes.data(), sizeof length);
-  if (bytes.size() - sizeof length < length) return false;
-  value = bytes.substr(0, sizeof length + length);
-  bytes.erase(0, sizeof length + length);
-  return true;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const char* data, std::size_t size) {
+  std::istringstream in(std::string(data, size));
+  const char* const end = data + size;
+  // Takes a string with its length off the front; false if it is cut short.
+  const auto take = [&](std::string& value) {
+    std::uint32_t length;
+    if (end - data < 4 || (std::memcpy(&length, data, 4), end - data - 4 < length)) return false;
+    value.assign(data, length + 4);
+    data += value.size();
+    return true;
+  };
   std::map<std::string, std::string> model;  // of records, by their keys
-  std::string bytes(data, size), key, value, expected;
-  std::istringstream in(bytes);
-  while (take(bytes, key) && take(bytes, value)) model[key.substr(4)] = key + value;
+  std::string key, value, expected;
+  while (take(key) && take(value)) model[key.substr(4)] = key + value;
   for (const auto& entry : model) expected += entry.second;
 
   vimo::util::config::CppProperties properties;

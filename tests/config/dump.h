@@ -20,7 +20,10 @@ inline std::string dump(const vimo::util::config::CommaSeparatedValues::Column& 
 }
 inline std::string dump(vimo::util::config::CommaSeparatedValues& table) {
   std::string all;
-  for (std::uint32_t row = 0; row < table.size(); ++row) all += dump(*table[row]) + ';';
+  for (std::uint32_t row = 0; row < table.size(); ++row) {
+    all +=
+        table.columnCount(row) == table[row]->cells.size() ? dump(*table[row]) + ';' : "miscounted";
+  }
   return all;
 }
 

@@ -5,7 +5,6 @@
 #include <fcntl.h>
 #include <malloc.h>
 #include <pthread.h>
-#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/uio.h>
 #include <unistd.h>
@@ -16,23 +15,17 @@
 
 std::atomic<long> allocations::made, allocations::bytes;
 thread_local int allocations::failIn;
-std::string calls::made;
+calls::Next calls::next;
 
 namespace {
 
 using calls::Fault;
 
-// Of one thread at a time: the one that the test looks at.
-std::string armedName;
-Fault armedFault;
-int callsLeft = -1;  // to the fault; negative when nothing is armed
-
-Fault meet(const char* name) {
-  if (callsLeft < 0) return Fault::none;
-  calls::made = calls::made + ' ' + name;
-  const bool meets = callsLeft > 0 && (armedName.empty() || armedName == name) && --callsLeft == 0;
-  if (meets && armedFault == Fault::cancel) pthread_cancel(pthread_self());
-  return meets ? armedFault : Fault::none;
+Fault meet(const std::string& name) {
+  if (!calls::next.call.empty() && calls::next.call != name) return Fault::none;
+  if (calls::next.in == 0 || --calls::next.in > 0) return Fault::none;
+  if (calls::next.fault == Fault::cancel) pthread_cancel(pthread_self());
+  return calls::next.fault;
 }
 
 bool fails(const char* name) { return meet(name) == Fault::error; }
@@ -61,17 +54,6 @@ int finish(const char* name, Stream* stream) {
 
 }  // namespace
 
-void calls::arm(Fault fault, int nth, const std::string& name) {
-  made.clear();
-  armedName = name;
-  armedFault = fault;
-  callsLeft = nth;
-}
-bool calls::disarm() {
-  const bool came = callsLeft == 0;
-  callsLeft = -1;
-  return came;
-}
 int calls::openDescriptors() {
   int open = 0;
   for (int fd = 0; fd < 64; ++fd) open += fcntl(fd, F_GETFD) != -1;
@@ -109,12 +91,6 @@ int close(int fd) {  // closes the descriptor also when it fails, as the system 
   const bool failed = fails("close");
   const bool closed = syscall(SYS_close, fd) == 0;
   return pthread_testcancel(), closed && !failed ? 0 : -1;
-}
-int stat(const char* path, struct stat* status) noexcept {
-  return fails("stat") ? -1 : fstatat(AT_FDCWD, path, status, 0);
-}
-int fstat(int fd, struct stat* status) noexcept {
-  return fails("fstat") ? -1 : fstatat(fd, "", status, AT_EMPTY_PATH);
 }
 int closedir(DIR* stream) { return finish("closedir", stream); }
 int fflush(FILE* stream) { return finish("fflush", stream); }

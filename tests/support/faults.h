@@ -23,10 +23,13 @@ enum class Fault {
   cancel,  // the thread is cancelled in the call
 };
 
-// The nth call of `name`, or of any if that is empty, meets the fault.
-void arm(Fault fault, int nth, const std::string& name = "");
-bool disarm();            // whether it came
-extern std::string made;  // the calls since arm(), as " open read close"
+// The fault that is met by the how manieth call from now on, of that name or of any.
+struct Next {
+  Fault fault;
+  int in;  // 0 for none
+  std::string call;
+};
+extern Next next;  // of one thread at a time
 
 int openDescriptors();
 
