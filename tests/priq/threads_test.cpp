@@ -78,10 +78,6 @@ void consume(PrioritizedQueue& queue) {
   }
 }
 
-void look(PrioritizedQueue& queue) {
-  for (unsigned int id;; pthread_testcancel()) queue.top(id), queue.tryWait(id);
-}
-
 TEST(Threads, EachRequestIsTakenOnceAlsoBesideCancelledWaiters) {
   constexpr unsigned int producers = 3, each = 3000;
   PrioritizedQueue queue(0);
@@ -95,8 +91,11 @@ TEST(Threads, EachRequestIsTakenOnceAlsoBesideCancelledWaiters) {
   }
   std::thread consumer(consume, std::ref(queue));
 #ifndef __SANITIZE_ADDRESS__  // which does not follow a thread that unwinds from a cancellation
+  const auto look = [](PrioritizedQueue& queue) {
+    for (unsigned int id;; pthread_testcancel()) queue.top(id), queue.tryWait(id);
+  };
   for (int i = 0; i < 300; ++i) {
-    std::thread waiter(i % 2 ? consume : look, std::ref(queue));
+    std::thread waiter(i % 2 ? consume : +look, std::ref(queue));
     if (i % 4 < 2) std::this_thread::yield();
     pthread_cancel(waiter.native_handle());
     waiter.join();
