@@ -70,7 +70,7 @@ struct Inih : std::map<std::string, std::string> {
     };
     ini_parse("text", add, this);
   }
-  const std::string& get(const std::string& key) { return at(key); }
+  std::string& get(const std::string& key) { return at(key); }
   void save() {
     std::ofstream out("out");
     for (const auto& entry : *this) out << entry.first << '=' << entry.second << '\n';

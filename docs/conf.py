@@ -31,20 +31,23 @@ html_static_path, html_css_files = ["static"], ["site.css"]
 html_copy_source = html_show_copyright = html_show_search_summary = False
 
 
-# Debian's furo is not bundled: its script imports another, its style sheet imports one of a server,
-# and lacks the rules for a reader whose system is dark. Mends the copies in the site.
+# Debian's furo is not bundled: its script imports another, its style sheet lacks the rules for a
+# reader whose system is dark. Debian 12's imports a style sheet of a server, and Debian 13's script
+# is a module, which no browser loads from a file. Mends the copies in the site.
 def bundle(app, _):
     def mend(name, line, file):
         path = pathlib.Path(app.outdir, "_static", name)
-        path.write_text(path.read_text().replace(line, (path.parent / file).read_text()))
+        path.write_text(re.sub(line, lambda _: (path.parent / file).read_text(), path.read_text()))
         return path
 
-    mend("scripts/furo.js", 'import Gumshoe from "./gumshoe-patched.js";', "gumshoe-patched.js")
+    mend("scripts/furo.js", 'import .*Gumshoe from "./gumshoe-patched.js";', "gumshoe-patched.js")
     normal = "/javascript/normalize.css/normalize.css"
-    style = mend("styles/furo.css", f"@import url({normal});", "/usr/share" + normal)
+    style = mend("styles/furo.css", rf"@import url\({normal}\);", "/usr/share" + normal)
     dark = re.search(r'body\[data-theme="dark"\] ({.*?})', style.read_text(), re.DOTALL).group(1)
     with style.open("a") as out:
         out.write(f'@media (prefers-color-scheme: dark) {{body:not([data-theme="light"]) {dark}}}')
+    for page in pathlib.Path(app.outdir).glob("**/*.html"):
+        page.write_text(page.read_text().replace('<script type="module"', "<script"))
 
 
 def setup(app):

@@ -98,10 +98,10 @@ Server connectTo(const std::string& address) {
     throw std::runtime_error(address + ": no such host or port");
   const std::unique_ptr<addrinfo, void (*)(addrinfo*)> freed(found, freeaddrinfo);
   const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  Server server(fdopen(fd, "r"), std::fclose);
+  Server server(fd < 0 ? nullptr : fdopen(fd, "r"), std::fclose);
   const timeval limit = {10, 0};  // for a server that vanishes without a word
-  setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit));
-  if (!server || connect(fd, found->ai_addr, found->ai_addrlen) != 0)
+  if (!server || setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit)) != 0 ||
+      connect(fd, found->ai_addr, found->ai_addrlen) != 0)
     throw std::runtime_error(address + ": " + std::strerror(errno));
   return server;
 }
@@ -109,7 +109,8 @@ Server connectTo(const std::string& address) {
 std::string ask(Server& server, const std::string& query, const std::string& word) {
   char line[256];
   dprintf(fileno(server.get()), "%s\r\n", query.c_str());  // if this fails, the next line does
-  if (std::fgets(line, sizeof(line), server.get()) == nullptr) std::strcpy(line, "no answer");
+  if (std::fgets(line, sizeof(line), server.get()) == nullptr)
+    throw std::runtime_error(query + ": no answer");
   std::string reply(line, std::strcspn(line, "\r"));
   if (reply.find(word) != 0 && reply != "TIMED_OUT") throw std::runtime_error(query + ": " + reply);
   return reply;
@@ -117,7 +118,7 @@ std::string ask(Server& server, const std::string& query, const std::string& wor
 
 std::string dataOf(Server& server, const std::string& reply) {
   std::string data(std::stoul(reply.substr(reply.rfind(' '))) + 2, '\0');
-  if (std::fread(&data[0], 1, data.size(), server.get()) != data.size())
+  if (std::fread(&data[0], data.size(), 1, server.get()) != 1)
     throw std::runtime_error("data: no answer");
   return data.substr(0, data.size() - 2);  // without the end of the line
 }

@@ -9,7 +9,6 @@
 #include "config/dump.h"
 #include "support/faults.h"
 #include "vimo_util/file/File.h"
-#include "vimo_util/priq/PriorityQueueManager.h"
 #include "vimo_util/priq/RequestQueue.h"
 
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"

@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 #include <sys/time.h>
 
-static struct timeval fakeTime;
+namespace {
+timeval fakeTime;
+}
 
 // Stands in for the system's clock, in the library too.
 extern "C" int gettimeofday(struct timeval* now, void*) noexcept {

@@ -116,8 +116,8 @@ std::istream& CommaSeparatedValues::load(std::istream& in) {
 
     std::unique_ptr<Column> row(new Column);
     cut(line, row->cells);
-    rows.push_back(row.get());
-    row.release();
+    rows.push_back(nullptr);
+    rows.back() = row.release();
   }
   return in;
 }
