@@ -86,7 +86,7 @@ const struct {
 bool failed;
 
 // Runs it in a new world, where the nth allocation fails. Returns what leaves it, and the state.
-std::string attempt(void (*run)(World&), int nth, bool again = false) {
+std::string attempt(void (*run)(World&), int nth) {
   World world;
   std::string left;
   allocations::failIn = nth;
@@ -99,7 +99,6 @@ std::string attempt(void (*run)(World&), int nth, bool again = false) {
   }
   failed = allocations::failIn == 0;
   allocations::failIn = 0;
-  if (again) run(world);
   return left + world.state();
 }
 
@@ -108,7 +107,6 @@ TEST(Allocations, ThatFailChangeNothingAndLoseNothing) {
   std::set_unexpected([] { throw VIMOException(7); });
   const std::string before = World().state();
   for (const auto& operation : operations) {
-    const std::string after = attempt(operation.run, 0);
     for (int nth = 1;; ++nth, ++nextKey) {
       SCOPED_TRACE(operation.name + std::to_string(nth));
       const long bytes = allocations::bytes;
@@ -118,9 +116,7 @@ TEST(Allocations, ThatFailChangeNothingAndLoseNothing) {
       const std::string now = attempt(operation.run, nth);
       EXPECT_EQ(operation.leaves, now.substr(0, operation.leaves.size()));
       EXPECT_EQ(std::string::npos, now.find(">;"));  // a key without its value
-      if (operation.partWay) continue;
-      EXPECT_EQ(operation.leaves + before, now);
-      EXPECT_EQ(operation.leaves + after, attempt(operation.run, nth, true));
+      EXPECT_TRUE(operation.partWay || now == operation.leaves + before) << now;
     }
   }
   unlink("text");

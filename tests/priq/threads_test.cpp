@@ -9,7 +9,6 @@
 #include <climits>
 #include <deque>
 #include <thread>
-#include <vector>
 
 #include "vimo_util/priq/PrioritizedQueue.h"
 
@@ -79,17 +78,13 @@ void consume(PrioritizedQueue& queue) {
 }
 
 TEST(Threads, EachRequestIsTakenOnceAlsoBesideCancelledWaiters) {
-  constexpr unsigned int producers = 3, each = 3000;
   PrioritizedQueue queue(0);
   std::deque<Counted> requests;
-  for (unsigned int i = 0; i < producers * each; ++i) requests.emplace_back(i * 7 % 100);
-  std::vector<std::thread> threads;
-  for (unsigned int p = 0; p < producers; ++p) {
-    threads.emplace_back([&, p] {
-      for (unsigned int i = 0; i < each; ++i) queue.push(&requests[p * each + i]);
-    });
-  }
-  std::thread consumer(consume, std::ref(queue));
+  for (unsigned int i = 0; i < 9000; ++i) requests.emplace_back(i * 7 % 100);
+  const auto produce = [&](std::size_t first) {
+    for (std::size_t i = first; i < requests.size(); i += 2) queue.push(&requests[i]);
+  };
+  std::thread one(produce, 0), other(produce, 1), consumer(consume, std::ref(queue));
 #ifndef __SANITIZE_ADDRESS__  // which does not follow a thread that unwinds from a cancellation
   const auto look = [](PrioritizedQueue& queue) {
     for (unsigned int id;; pthread_testcancel()) queue.top(id), queue.tryWait(id);
@@ -101,7 +96,7 @@ TEST(Threads, EachRequestIsTakenOnceAlsoBesideCancelledWaiters) {
     waiter.join();
   }
 #endif
-  for (std::thread& thread : threads) thread.join();
+  one.join(), other.join();
   PriorRequest end(0, UINT_MAX);
   queue.push(&end);
   consumer.join();

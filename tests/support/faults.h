@@ -8,20 +8,15 @@
 
 namespace allocations {
 
-extern std::atomic<long> made, bytes;  // so far, and in use, by all threads
-extern thread_local int failIn;        // the how manieth from now on fails; 0 for none
+extern std::atomic<long> bytes;  // in use, by all threads
+extern thread_local int failIn;  // the how manieth from now on fails; 0 for none
 
 }  // namespace allocations
 
 namespace calls {
 
-enum class Fault {
-  none,
-  error,   // the call returns -1
-  zero,    // read or write returns 0
-  cut,     // read or write handles one byte
-  cancel,  // the thread is cancelled in the call
-};
+// The call returns -1; read or write returns 0; handles one byte; the thread is cancelled in it.
+enum class Fault { none, error, zero, cut, cancel };
 
 // The fault that is met by the how manieth call from now on, of that name or of any.
 struct Next {

@@ -1,11 +1,17 @@
-#include "vimo_util/frame/ClockCounter.h"
-
 #include <gtest/gtest.h>
 #include <sys/time.h>
 
+#include "vimo_util/frame/ClockCounter.h"
+#include "vimo_util/frame/ntz.h"
+
 namespace {
+
 timeval fakeTime;
-}
+
+// Counted while the program's own static objects come into being.
+const int countedAtStart = ntz_hash64(0x8000000000000000);
+
+}  // namespace
 
 // Stands in for the system's clock, in the library too.
 extern "C" int gettimeofday(struct timeval* now, void*) noexcept {
@@ -31,4 +37,18 @@ TEST(ClockCounter, IsExactForEveryTimeAndDistance) {
   EXPECT_EQ(1000000.0, clock.ticksPerSecond);
   clock.avail = false;
   EXPECT_EQ(-1, clock.calcCounter(1));
+}
+
+TEST(Ntz, TableIsFilledBeforeStaticObjects) { EXPECT_EQ(63, countedAtStart); }
+
+TEST(Ntz, CountsZerosBelowAnyOtherBits) {
+  EXPECT_EQ(64, ntz_hash64(0));
+  init_vimo_util();  // which changes nothing
+  for (int zeros = 0; zeros < 64; ++zeros) {
+    for (const std::uint64_t odd : {1ull, 0x5555555555555555ull, ~0ull}) {
+      const std::uint64_t x = odd << zeros;
+      EXPECT_EQ(zeros, ntz_hash64(x)) << std::hex << x;
+      EXPECT_EQ(zeros < 32 ? zeros : 64, ntz_hash32(static_cast<std::uint32_t>(x))) << zeros;
+    }
+  }
 }
