@@ -32,12 +32,6 @@ watched() {  # an alarm comes while files wait; a signal ends it
 waits() {  # RULE...: in the order of their longest waits
   diff <(printf '%s\n' "$@") <(awk 'NR > 2 { print $6, $1 }' stdout | sort -n | cut -d' ' -f2)
 }
-broken() {  # FILE SECOND LINE...: each of them is refused, with its number or the path in it
-  for line in "${@:3}"; do
-    printf '#\n%s\n%s\n' "$2" "$line" >"$1" && $spool -c config in out 2>error
-    [ $? -eq 2 ] && grep -qE "$1: line 3: |/(no|in): " error || echo "not refused: $line" >&2
-  done
-}
 
 while IFS='~' read -r -u 3 name status error output prepare command check; do
   mkdir -p "$work/$name"/{in,out} && cd "$work/$name" && echo v >victim
@@ -65,7 +59,5 @@ two at once~2~out may be in use~^$~files 1 9~flock in $spool in out 2>first; flo
 one directory~2~the same directory~~files 1 9 && ln -s in twin~$spool in twin~stay
 the most urgent first~0~^$~^3 files~for i in 1.bulk 2 3.alarm; do head -c 1000000 /dev/zero >in/$i; done; sums in >sums~$spool -c config in out~came && waits '*.alarm' other '*.bulk'
 an alarm that overtakes~0~^$~^301 files~files 300 9~watched~waits '*.bulk' '*.alarm' other
-broken configurations~0~^$~^$~files 1 9~broken config '' worker=4 workers = rules= rules={no,in} workers={0,65,4x,-1} poll={9,60001} poll=~stay
-broken rules~0~^$~^$~files 1 9~broken rules .c,1 .c,2 .h .h,1,2 ,1 .h,1000 .h,-1 .h,x .h,~stay
 TABLE
 exit $bad
