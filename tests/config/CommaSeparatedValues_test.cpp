@@ -19,14 +19,15 @@ std::string load(const std::string& text) {
   unbuffered.rdbuf()->pubsetbuf(nullptr, 0);
   unbuffered.open(path);
   std::istringstream in(text);
-  CommaSeparatedValues table, other;
+  std::vector<CommaSeparatedValues> tables(2);
+  CommaSeparatedValues &table = tables[0], &other = tables[1];
   EXPECT_TRUE(&table.load(in) == &in && in.eof() && !in.bad()) << text;
   EXPECT_EQ(text.empty() || text.back() == '\n', in.fail()) << text;
-  const std::string rows = dump(table);
+  std::string rows = dump(table);
   table.load(unbuffered);
   EXPECT_EQ(rows, dump(table)) << text;
   EXPECT_TRUE(other.load(path) && unlink(path.c_str()) == 0 && !other.load(path));
-  table = CommaSeparatedValues(std::move(other));
+  table = CommaSeparatedValues(std::move(tables[1]));
   EXPECT_EQ(rows, dump(table)) << text;
   EXPECT_TRUE(other.size() == 0 && table.size() == table.rowCount());
   return rows;
