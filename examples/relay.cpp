@@ -109,8 +109,7 @@ Server connectTo(const std::string& address) {
 std::string ask(Server& server, const std::string& query, const std::string& word) {
   char line[256];
   dprintf(fileno(server.get()), "%s\r\n", query.c_str());  // if this fails, the next line does
-  if (std::fgets(line, sizeof(line), server.get()) == nullptr)
-    throw std::runtime_error(query + ": no answer");
+  if (!std::fgets(line, sizeof line, server.get())) throw std::runtime_error(query + ": no answer");
   std::string reply(line, std::strcspn(line, "\r"));
   if (reply.find(word) != 0 && reply != "TIMED_OUT") throw std::runtime_error(query + ": " + reply);
   return reply;

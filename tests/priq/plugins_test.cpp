@@ -3,7 +3,11 @@
 
 namespace {
 
-void* load(const char* plugin) { return dlopen(plugin, RTLD_NOW | RTLD_LOCAL); }
+void* load(const char* plugin) {
+  void* const handle = dlopen(plugin, RTLD_NOW | RTLD_LOCAL);
+  if (!handle) ADD_FAILURE() << dlerror();
+  return handle;
+}
 void* instanceOf(void* plugin) {
   return reinterpret_cast<void* (*)()>(dlsym(plugin, "instanceOfPlugin"))();
 }

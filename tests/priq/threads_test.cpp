@@ -1,6 +1,5 @@
 // Producers, consumers, lookers and cancelled waiters at the same time.
 
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
 
@@ -10,6 +9,7 @@
 #include <deque>
 #include <thread>
 
+#include "support/faults.h"
 #include "vimo_util/priq/PrioritizedQueue.h"
 
 namespace {
@@ -20,22 +20,17 @@ using vimo::util::priq::PriorRequest;
 std::atomic<pthread_mutex_t*> mutexOfQueue;
 std::atomic<int> broadcasts, withoutLock;
 
-template <class... Arguments>
-int callSystem(const char* name, Arguments... arguments) {
-  return reinterpret_cast<int (*)(Arguments...)>(dlsym(RTLD_NEXT, name))(arguments...);
-}
-
 }  // namespace
 
 // These stand before those of the system, in the library too.
 extern "C" int pthread_cond_wait(pthread_cond_t* condition, pthread_mutex_t* mutex) {
   mutexOfQueue = mutex;
-  return callSystem("pthread_cond_wait", condition, mutex);
+  return calls::callSystem("pthread_cond_wait", condition, mutex);
 }
 extern "C" int pthread_cond_broadcast(pthread_cond_t* condition) noexcept {
   ++broadcasts;
   if (mutexOfQueue && pthread_mutex_trylock(mutexOfQueue) != EBUSY) ++withoutLock;
-  return callSystem("pthread_cond_broadcast", condition);
+  return calls::callSystem("pthread_cond_broadcast", condition);
 }
 
 namespace {

@@ -1,7 +1,6 @@
 #include "support/faults.h"
 
 #include <dirent.h>
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <malloc.h>
 #include <pthread.h>
@@ -49,7 +48,7 @@ template <class Stream>
 int finish(const char* name, Stream* stream) {
   if (fails(name)) return EOF;
   pthread_testcancel();
-  return reinterpret_cast<int (*)(Stream*)>(dlsym(RTLD_NEXT, name))(stream);
+  return calls::callSystem(name, stream);
 }
 
 }  // namespace

@@ -1,6 +1,8 @@
 #ifndef VIMO_UTIL_TESTS_SUPPORT_FAULTS_H
 #define VIMO_UTIL_TESTS_SUPPORT_FAULTS_H
 
+#include <dlfcn.h>
+
 #include <atomic>
 #include <string>
 
@@ -27,6 +29,12 @@ struct Next {
 extern Next next;  // of one thread at a time
 
 int openDescriptors();
+
+// Calls the system's own function from one that stands before it.
+template <class... Arguments>
+int callSystem(const char* name, Arguments... arguments) {
+  return reinterpret_cast<int (*)(Arguments...)>(dlsym(RTLD_NEXT, name))(arguments...);
+}
 
 }  // namespace calls
 
