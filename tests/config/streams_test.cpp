@@ -64,19 +64,16 @@ TEST(Streams, KeepWhatWasCompleteAndThrowWhatTheMaskAsks) {
       Buffer buffer(bytes, throws);
       std::iostream stream(&buffer);
       stream.exceptions(mask);
-      std::string left;
+      char left = '-';
       try {
         c.run(o, stream);
-      } catch (const char* thrown) {
-        left = thrown;
+      } catch (const char*) {
+        left = 'b';
       } catch (const std::ios::failure&) {
-        left = "the stream's";
+        left = 's';
       }
       EXPECT_EQ(throws || writes ? bad : eof, stream.rdstate() & (bad | eof));
-      EXPECT_EQ(!(mask & stream.rdstate()) ? ""
-                : throws                   ? "thrown by the buffer"
-                                           : "the stream's",
-                left);
+      EXPECT_EQ(!(mask & stream.rdstate()) ? '-' : throws ? 'b' : 's', left);
       EXPECT_EQ(mask, stream.exceptions());
       const std::string made =
           (o.properties.isModified() ? "*" : "") + dump(o.properties) + dump(o.table) + dump(o.row);

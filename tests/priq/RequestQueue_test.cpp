@@ -1,5 +1,6 @@
 #include "vimo_util/priq/RequestQueue.h"
 
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -30,6 +31,13 @@ TEST(RequestQueue, ConnectsByKeyAlone) {
     EXPECT_EQ(manager.getNewConnection(key), manager.getNewConnection(key, 3)) << key;
     EXPECT_NE(manager.getNewConnection(key), manager.getNewConnection(key ^ 1)) << key;
   }
+}
+
+TEST(RequestQueue, SharesItsKeysWithPlugins) {
+  void* const handle = dlopen(plugin, RTLD_NOW | RTLD_LOCAL);
+  ASSERT_TRUE(handle) << dlerror();
+  const auto instance = reinterpret_cast<void* (*)()>(dlsym(handle, "instanceOfPlugin"));
+  EXPECT_EQ(&PriorityQueueManager::getInstance(), instance());
 }
 
 RequestQueue* early;
