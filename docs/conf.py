@@ -28,6 +28,7 @@ highlight_language, html_theme = "cpp", "furo"
 pygments_style, pygments_dark_style = "default", "github-dark"  # every colour stands out by 4.5
 html_theme_options = {"dark_css_variables": {"picture": "invert(1) hue-rotate(180deg)"}}
 html_static_path, html_css_files = ["static"], ["site.css"]
+myst_heading_anchors = 2
 html_copy_source = html_show_copyright = html_show_search_summary = False
 
 
@@ -52,4 +53,3 @@ def bundle(app, _):
 
 def setup(app):
     app.connect("build-finished", bundle)
-myst_heading_anchors = 2

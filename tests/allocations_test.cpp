@@ -1,4 +1,4 @@
-// Every operation that allocates, with each of its allocations failed once.
+// Operations that allocate, with each of its allocations failed once.
 
 #include <gtest/gtest.h>
 

@@ -22,7 +22,7 @@ TEST(RequestQueue, ConnectsByKeyAlone) {
     unsigned int id = 0;
     RequestQueue(key, 5).push(41, &request);
     EXPECT_EQ(nullptr, RequestQueue(key ^ 64, 5).tryWait(id)) << key;
-    EXPECT_EQ(&request, RequestQueue(key, 6).top(id)) << key;
+    EXPECT_EQ(&request, manager.getNewConnection(key, 6)->top(id)) << key;
     RequestQueue(key, 0).pop();
     RequestQueue(key, 0).push(id + 1, &request);
     EXPECT_EQ(&request, RequestQueue(key, 0).recvWaitAndDequeue(id)) << key;

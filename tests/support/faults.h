@@ -11,7 +11,7 @@
 namespace allocations {
 
 extern std::atomic<long> bytes;  // in use, by all threads
-extern thread_local int failIn;  // the how manieth from now on fails; 0 for none
+extern thread_local int failIn;  // counts down; the allocation that makes it 0 fails
 
 }  // namespace allocations
 
@@ -20,10 +20,10 @@ namespace calls {
 // The call returns -1; read or write returns 0; handles one byte; the thread is cancelled in it.
 enum class Fault { none, error, zero, cut, cancel };
 
-// The fault that is met by the how manieth call from now on, of that name or of any.
+// The fault that a later call meets, of that name or, if it is empty, of any.
 struct Next {
   Fault fault;
-  int in;  // 0 for none
+  int in;  // 1 for the next such call; 0 for none
   std::string call;
 };
 extern Next next;  // of one thread at a time
