@@ -1,4 +1,4 @@
-// Operations that allocate, with each of its allocations failed once.
+// Operations that allocate, with each of their allocations failed once.
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,5 @@
-// A shared object that compiles the inline parts of the interface for itself.
+// A shared object that compiles the inline parts of the interface for itself. It links
+// nothing: the library is already in the process.
 
 #include "vimo_util/priq/PriorityQueueManager.h"
 
