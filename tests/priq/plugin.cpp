@@ -1,5 +1,4 @@
-// A shared object that compiles the inline parts of the interface for itself. It links
-// nothing: the library is already in the process.
+// A shared object that compiles the inline parts of the interface for itself.
 
 #include "vimo_util/priq/PriorityQueueManager.h"
 
